@@ -1,0 +1,79 @@
+/*
+ * Kestrel: the headless canvas and user-interface callbacks (non-Windows hosts).
+ *
+ * On POSIX a device context (KDC) is a canvas: an RGB picture in memory that
+ * the drawing routines paint with the same pixel conventions as a Windows
+ * device context. A host creates one, stores it in hdcMem (and sets
+ * Vbmp_size_cx, Vbmp_size_cy and the device fields of VX and VY), draws, and
+ * saves it as PNG.
+ *
+ * The user-interface services of the library (status text, progress bar,
+ * message boxes, cursor, message pump) call the host back through
+ * KestrelSetUICallbacks. With no callbacks registered everything still works
+ * silently; a message box is written to the error log and takes its default
+ * answer (the first button: OK, or Yes for a yes/no box).
+ *
+ * None of this exists in the Windows build, where the host hands in real
+ * window handles and device contexts.
+ */
+#ifndef KESTREL_CANVAS_H
+#define KESTREL_CANVAS_H
+
+#include "types.h"
+
+#if !defined(_WIN32)
+
+KESTREL_EXTERN_C_BEGIN
+
+/* Creates a canvas of width x height pixels, filled white. Returns null for a
+ * size that is not positive or too large (more than 2^28 pixels). The caller
+ * owns it and frees it with KCanvasDestroy. */
+KESTREL_API KDC KESTREL_CALL KCanvasCreate(int32_t width, int32_t height);
+
+/* Frees a canvas and everything selected into it; null is ignored. */
+KESTREL_API void KESTREL_CALL KCanvasDestroy(KDC canvas);
+
+/* Writes the canvas as a PNG file. Returns 1 on success, 0 on failure. */
+KESTREL_API int32_t KESTREL_CALL KCanvasSavePNG(KDC canvas, const char *fileName);
+
+/* The colour of pixel (x, y) as a device colour value (red in the low byte),
+ * or 0xFFFFFFFF outside the canvas. */
+KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC canvas, int32_t x, int32_t y);
+
+/* Width and height of the canvas in pixels (0 for null). */
+KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC canvas);
+KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC canvas);
+
+/* Host callbacks; any member may be null. */
+typedef struct KUICallbacks {
+    void *user; /* passed back to every callback */
+    /* The status bar shows text. */
+    void (*statusText)(void *user, const char *text);
+    /* A progress bar is created with the given range and step; return a
+     * non-null handle the host recognises, or null. */
+    KWND (*progressBar)(void *user, int32_t range, int32_t step);
+    /* A message box: type holds the platform's MB_* bits (0x4 = Yes/No).
+     * Return 1 for OK, 6 for Yes, 7 for No. */
+    int32_t (*messageBox)(void *user, const char *text, const char *caption, uint32_t type);
+    /* Dispatch waiting events; never wait. */
+    void (*pumpMessages)(void *user);
+    /* Wait for the next event (the interactive tools' message wait). */
+    void (*waitMessage)(void *user);
+    /* The cursor position in screen pixels; return 0 when unknown. */
+    int32_t (*cursorPos)(void *user, int32_t *x, int32_t *y);
+    /* Show cursor kind 0 arrow, 1 wait, 2 cross, 3 move. */
+    void (*setCursor)(void *user, int32_t kind);
+    /* The screen rectangle of a window (left, top, right, bottom); 0 = unknown. */
+    int32_t (*windowRect)(void *user, KWND window, int32_t rect[4]);
+    /* Repaint a window now. */
+    void (*updateView)(void *user, KWND window);
+} KUICallbacks;
+
+/* Registers the host callbacks (copied); null removes them. */
+KESTREL_API void KESTREL_CALL KestrelSetUICallbacks(const KUICallbacks *callbacks);
+
+KESTREL_EXTERN_C_END
+
+#endif /* !_WIN32 */
+
+#endif /* KESTREL_CANVAS_H */

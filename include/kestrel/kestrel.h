@@ -1,0 +1,11 @@
+/* Kestrel: every public header at once. */
+#ifndef KESTREL_KESTREL_H
+#define KESTREL_KESTREL_H
+#include "export.h"
+#include "types.h"
+#include "globals.h"
+#include "frame.h"
+#include "usrsys.h"
+#include "util.h"
+#include "canvas.h"
+#endif

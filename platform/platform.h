@@ -1,0 +1,165 @@
+// The platform layer: the only interface through which the subsystems reach an
+// operating system or a window system.
+//
+// The drawing half mirrors the GDI calls the drawing code is written against,
+// with the same arguments and the same pixel conventions, so that a routine
+// reads the same on both platforms and draws the same pixels:
+//   - a one-pixel line from a to b sets the pixels of a Bresenham walk and
+//     leaves out b itself;
+//   - FillRect covers [left, right) x [top, bottom);
+//   - Rectangle and Polygon outline with the current pen and fill with the
+//     current brush; polygon fill is even-odd (ALTERNATE) unless WINDING is set;
+//   - clipping is to rectangles or polygons, pixel centres decide.
+// On Windows every call forwards to GDI/USER/kernel; on POSIX the device
+// context is a Cairo image canvas and the user-interface calls go to host
+// callbacks (see include/kestrel/canvas.h).
+#ifndef KESTREL_PLATFORM_H
+#define KESTREL_PLATFORM_H
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "kestrel/types.h"
+#include "kestrel/globals.h"
+
+namespace kestrel::plat {
+
+using GdiObj = void *;
+
+struct Rect {
+    int32_t left, top, right, bottom;
+};
+struct Size {
+    int32_t cx, cy;
+};
+struct PaletteEntry {
+    uint8_t red, green, blue, flags;
+};
+struct LocalTime {
+    int year, month, day, hour, minute, second;
+};
+
+constexpr KCOLORREF rgb(int r, int g, int b) {
+    return static_cast<KCOLORREF>((r & 0xff) | ((g & 0xff) << 8) | ((b & 0xff) << 16));
+}
+constexpr KCOLORREF paletteIndex(int i) { return 0x01000000u | static_cast<KCOLORREF>(i & 0xffff); }
+constexpr KCOLORREF kInvalidColor = 0xFFFFFFFFu;
+
+// Pen styles, stock objects, modes: the GDI values.
+enum : int { PenSolid = 0, PenDash = 1, PenDot = 2, PenDashDot = 3, PenDashDotDot = 4, PenNull = 5 };
+enum : int {
+    StockWhiteBrush = 0, StockLtGrayBrush = 1, StockGrayBrush = 2, StockDkGrayBrush = 3,
+    StockBlackBrush = 4, StockNullBrush = 5, StockWhitePen = 6, StockBlackPen = 7, StockNullPen = 8
+};
+enum : int { BkTransparent = 1, BkOpaque = 2 };
+enum : int { FillAlternate = 1, FillWinding = 2 };
+enum : unsigned {
+    TaLeft = 0, TaRight = 2, TaCenter = 6, TaTop = 0, TaBottom = 8, TaBaseline = 24,
+    TaHorizontalMask = 6, TaVerticalMask = 24
+};
+enum : int { RgnAnd = 1, RgnOr = 2, RgnCopy = 5 };
+// GetDeviceCaps indices.
+enum : int { CapHorzSize = 4, CapVertSize = 6, CapHorzRes = 8, CapVertRes = 10, CapBitsPixel = 12, CapPlanes = 14 };
+// GetSystemMetrics indices (the eight screen metrics the graphics state keeps).
+enum : int {
+    SmCxScreen = 0, SmCyScreen = 1, SmCxVScroll = 2, SmCyHScroll = 3, SmCyCaption = 4,
+    SmCxFrame = 32, SmCyFrame = 33, SmCyMenu = 15
+};
+// Message boxes.
+enum : unsigned { MbOk = 0x0, MbYesNo = 0x4, MbIconExclamation = 0x30, MbTaskModal = 0x2000 };
+enum : int { IdOk = 1, IdCancel = 2, IdYes = 6, IdNo = 7 };
+// Cursors.
+enum : int { CursorArrow = 0, CursorWait = 1, CursorCross = 2, CursorSizeAll = 3 };
+
+// ---- System ----------------------------------------------------------------
+void localTime(LocalTime *t);
+void osVersion(KOSVersionInfo *v);        // v->dwOSVersionInfoSize set by the caller
+bool userName(char *buf, uint32_t len);
+bool computerName(char *buf, uint32_t len);
+std::string lastErrorMessage();           // the platform's text for the last error
+void beep();
+
+// ---- Files (KFILE) ---------------------------------------------------------
+KFILE fileCreate(const char *path);       // read/write, shared, always created anew
+KFILE fileOpenRead(const char *path);     // existing file, read only
+KFILE fileOpenReadWrite(const char *path);// existing file, read and write
+long fileWrite(KFILE f, const void *data, size_t n);  // bytes written, -1 on error
+long fileRead(KFILE f, void *data, size_t n);         // bytes read, -1 on error
+int64_t fileSeek(KFILE f, int64_t offset, int origin); // origin 0 begin, 1 current, 2 end
+void fileClose(KFILE f);
+inline long fileWriteText(KFILE f, const char *s) {
+    size_t n = 0;
+    while (s[n]) ++n;
+    return fileWrite(f, s, n);
+}
+
+// ---- User interface --------------------------------------------------------
+void setWindowText(KWND w, const char *text);
+void updateWindow(KWND w);
+void invalidateWindow(KWND w, bool erase);
+bool clientRect(KWND w, Rect *r);
+bool windowRect(KWND w, Rect *r);          // screen coordinates
+bool cursorPos(int32_t *x, int32_t *y);    // screen coordinates
+KWND createProgressBar(KWND parent, KINSTANCE inst, int x, int y, int w, int h, int range, int step);
+int messageBox(KWND owner, const char *text, const char *caption, unsigned type);
+void pumpMessages(KWND w);                 // dispatch what is waiting; never waits
+void waitMessage();                        // block until an event arrives
+int setCursor(int cursor);                 // returns the previous cursor kind
+
+// ---- Device contexts and objects --------------------------------------------
+GdiObj getStockObject(int which);
+GdiObj selectObject(KDC dc, GdiObj obj);   // returns the previous object of that kind
+bool deleteObject(GdiObj obj);
+KPEN createPen(int style, int width, KCOLORREF colour);
+KBRUSH createSolidBrush(KCOLORREF colour);
+KFONT createFont(int height, int width, int escapement, int orientation, int weight,
+                 bool italic, bool underline, bool strikeOut, const char *face);
+int getDeviceCaps(KDC dc, int index);
+int getSystemMetrics(int index);
+
+// Palettes.
+KPALETTE createPalette(const PaletteEntry *entries, int count);
+KPALETTE selectPalette(KDC dc, KPALETTE pal, bool background);
+unsigned realizePalette(KDC dc);
+
+// Lines, shapes, pixels.
+bool moveTo(KDC dc, int x, int y);
+bool lineTo(KDC dc, int x, int y);
+bool polyline(KDC dc, const KPoint32 *pts, int n);
+bool polygon(KDC dc, const KPoint32 *pts, int n);
+bool rectangle(KDC dc, int left, int top, int right, int bottom);
+bool ellipse(KDC dc, int left, int top, int right, int bottom);
+bool fillRect(KDC dc, const Rect *r, KBRUSH brush);
+KCOLORREF setPixel(KDC dc, int x, int y, KCOLORREF colour);
+KCOLORREF getPixel(KDC dc, int x, int y);  // kInvalidColor outside the picture or clip
+int setPolyFillMode(KDC dc, int mode);
+
+// Paths.
+bool beginPath(KDC dc);
+bool endPath(KDC dc);
+bool closeFigure(KDC dc);
+bool strokePath(KDC dc);
+bool fillPath(KDC dc);
+bool strokeAndFillPath(KDC dc);
+bool selectClipPath(KDC dc, int mode);
+
+// Clipping: a null rectangle removes the clip region.
+bool clipRect(KDC dc, const Rect *r);
+bool clipPolygon(KDC dc, const KPoint32 *pts, int n, int fillMode);
+
+// Text.
+unsigned setTextAlign(KDC dc, unsigned align);
+KCOLORREF setTextColor(KDC dc, KCOLORREF c);
+KCOLORREF setBkColor(KDC dc, KCOLORREF c);
+int setBkMode(KDC dc, int mode);
+bool textOut(KDC dc, int x, int y, const char *text, int n);
+bool textExtent(KDC dc, const char *text, int n, Size *size);
+bool textMetrics(KDC dc, KTextMetric *tm);
+
+// Block transfer (source copy).
+bool bitBlt(KDC dst, int x, int y, int w, int h, KDC src, int sx, int sy);
+
+}  // namespace kestrel::plat
+
+#endif  // KESTREL_PLATFORM_H

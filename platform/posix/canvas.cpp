@@ -1,0 +1,762 @@
+// The POSIX device context: a Cairo RGB24 image with GDI pixel conventions.
+//
+// Conventions (shared with the Windows build, see platform/platform.h):
+//   - pixel (x, y) is the unit square [x, x+1) x [y, y+1); Cairo runs without
+//     antialiasing for shapes, so a pixel is painted when its centre is covered;
+//   - one-pixel ("cosmetic") pens walk Bresenham and omit the last pixel, as
+//     GDI's LineTo does; the walk is painted as horizontal or vertical runs of
+//     unit squares, so the clip region applies exactly as to any fill;
+//   - wider pens are stroked through pixel centres with round caps and joins;
+//   - FillRect is half-open, Rectangle outlines [l, r-1] x [t, b-1] with the
+//     pen and fills the inside with the brush;
+//   - polygons fill with vertices on integer corners (even-odd unless the
+//     winding mode is set) and are then outlined through the vertex pixels.
+// Palette-index colours (0x01000000 | i) resolve through Vcolor.
+#include <cairo-ft.h>
+#include <cairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "kestrel/canvas.h"
+#include "platform/platform.h"
+
+namespace {
+
+using kestrel::plat::GdiObj;
+
+enum class Kind { Pen, Brush, Font, Palette };
+
+struct Object {
+    explicit Object(Kind k) : kind(k) {}
+    Object(Kind k, KCOLORREF c, int penStyle = 0, bool isNull = false)
+        : kind(k), stock(true), style(penStyle), colour(c), null(isNull) {}
+    Kind kind;
+    bool stock = false;
+    // pen
+    int style = 0;
+    int width = 1;
+    // pen and brush
+    KCOLORREF colour = 0;
+    bool null = false;
+    // font
+    int height = 0;
+    int escapement = 0;
+    int weight = 400;
+    bool italic = false, underline = false, strikeOut = false;
+    std::string face;
+    // palette
+    std::vector<kestrel::plat::PaletteEntry> entries;
+};
+
+Object g_stock[9] = {
+    {Kind::Brush, 0xFFFFFF}, {Kind::Brush, 0xC0C0C0}, {Kind::Brush, 0x808080},
+    {Kind::Brush, 0x404040}, {Kind::Brush, 0x000000}, {Kind::Brush, 0, 0, true},
+    {Kind::Pen, 0xFFFFFF},   {Kind::Pen, 0x000000},   {Kind::Pen, 0, 5, true},
+};
+Object g_systemFont = [] {
+    Object f{Kind::Font, 0};
+    f.height = -16;
+    f.face = "Arial";
+    return f;
+}();
+Object g_defaultPalette{Kind::Palette, 0};
+
+Object *obj(GdiObj h) { return static_cast<Object *>(h); }
+
+}  // namespace
+
+struct KCanvas {
+    cairo_surface_t *surface = nullptr;
+    cairo_t *cr = nullptr;
+    int w = 0, h = 0;
+    Object *pen = &g_stock[kestrel::plat::StockBlackPen];
+    Object *brush = &g_stock[kestrel::plat::StockWhiteBrush];
+    Object *font = &g_systemFont;
+    Object *palette = &g_defaultPalette;
+    int curX = 0, curY = 0;
+    unsigned textAlign = 0;
+    KCOLORREF textColour = 0x000000, bkColour = 0xFFFFFF;
+    int bkMode = kestrel::plat::BkOpaque;
+    int fillMode = kestrel::plat::FillAlternate;
+    int dashPos = 0;  // position in the cosmetic pen's dash pattern
+    // path recording
+    bool recording = false;
+    std::vector<std::vector<KPoint32>> figures;
+    std::vector<bool> closed;
+};
+
+namespace {
+
+void setSource(cairo_t *cr, KCOLORREF c) {
+    int r, g, b;
+    if ((c & 0xFF000000u) == 0x01000000u) {
+        unsigned i = c & 0xFFFFu;
+        if (i > 255) i = 0;
+        r = Vcolor[i][0];
+        g = Vcolor[i][1];
+        b = Vcolor[i][2];
+    } else {
+        r = c & 0xFF;
+        g = (c >> 8) & 0xFF;
+        b = (c >> 16) & 0xFF;
+    }
+    cairo_set_source_rgb(cr, r / 255.0, g / 255.0, b / 255.0);
+}
+
+// Dash patterns of cosmetic pens, in pixels (on, off, on, off, ...).
+const std::vector<int> &dashPattern(int style) {
+    static const std::vector<int> none, dash{18, 6}, dot{3, 3}, dashDot{9, 6, 3, 6}, dashDotDot{9, 3, 3, 3, 3, 3};
+    switch (style) {
+    case kestrel::plat::PenDash: return dash;
+    case kestrel::plat::PenDot: return dot;
+    case kestrel::plat::PenDashDot: return dashDot;
+    case kestrel::plat::PenDashDotDot: return dashDotDot;
+    default: return none;
+    }
+}
+
+bool dashOn(KCanvas *c) {
+    const auto &pat = dashPattern(c->pen->style);
+    if (pat.empty()) return true;
+    int period = 0;
+    for (int v : pat) period += v;
+    int p = c->dashPos % period;
+    for (size_t i = 0; i < pat.size(); ++i) {
+        if (p < pat[i]) return i % 2 == 0;
+        p -= pat[i];
+    }
+    return true;
+}
+
+// One-pixel line from (x0, y0) to (x1, y1), last pixel excluded, painted as
+// runs of unit squares.
+void cosmeticLine(KCanvas *c, int x0, int y0, int x1, int y1) {
+    cairo_t *cr = c->cr;
+    int dx = std::abs(x1 - x0), dy = std::abs(y1 - y0);
+    int sx = x0 < x1 ? 1 : -1, sy = y0 < y1 ? 1 : -1;
+    bool xMajor = dx >= dy;
+    int n = xMajor ? dx : dy;
+    int err = (xMajor ? dx : dy) / 2;
+    int x = x0, y = y0;
+    // run: consecutive "on" pixels sharing the minor coordinate
+    int runX = x, runY = y, runLen = 0;
+    auto flush = [&]() {
+        if (runLen == 0) return;
+        if (xMajor) {
+            int left = sx > 0 ? runX : runX - runLen + 1;
+            cairo_rectangle(cr, left, runY, runLen, 1);
+        } else {
+            int top = sy > 0 ? runY : runY - runLen + 1;
+            cairo_rectangle(cr, runX, top, 1, runLen);
+        }
+        runLen = 0;
+    };
+    for (int i = 0; i < n; ++i) {
+        bool on = dashOn(c);
+        ++c->dashPos;
+        if (on) {
+            if (runLen == 0) {
+                runX = x;
+                runY = y;
+            }
+            ++runLen;
+        } else {
+            flush();
+        }
+        if (xMajor) {
+            x += sx;
+            err -= dy;
+            if (err < 0) {
+                flush();
+                y += sy;
+                err += dx;
+            }
+        } else {
+            y += sy;
+            err -= dx;
+            if (err < 0) {
+                flush();
+                x += sx;
+                err += dy;
+            }
+        }
+    }
+    flush();
+}
+
+bool penVisible(KCanvas *c) { return !c->pen->null && c->pen->style != kestrel::plat::PenNull; }
+
+// Strokes an open or closed vertex chain with the current pen.
+void strokeChain(KCanvas *c, const KPoint32 *p, int n, bool close) {
+    if (n < 1 || !penVisible(c)) return;
+    cairo_t *cr = c->cr;
+    cairo_save(cr);
+    setSource(cr, c->pen->colour);
+    if (c->pen->width <= 1) {
+        cairo_new_path(cr);
+        for (int i = 0; i + 1 < n; ++i) cosmeticLine(c, p[i].x, p[i].y, p[i + 1].x, p[i + 1].y);
+        if (close && n > 1) cosmeticLine(c, p[n - 1].x, p[n - 1].y, p[0].x, p[0].y);
+        cairo_fill(cr);
+    } else {
+        cairo_new_path(cr);
+        cairo_set_line_width(cr, c->pen->width);
+        cairo_set_line_cap(cr, CAIRO_LINE_CAP_ROUND);
+        cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+        cairo_move_to(cr, p[0].x + 0.5, p[0].y + 0.5);
+        for (int i = 1; i < n; ++i) cairo_line_to(cr, p[i].x + 0.5, p[i].y + 0.5);
+        if (close) cairo_close_path(cr);
+        if (n == 1) cairo_line_to(cr, p[0].x + 0.5, p[0].y + 0.5);
+        cairo_stroke(cr);
+    }
+    cairo_restore(cr);
+}
+
+void fillFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, KCOLORREF colour) {
+    cairo_t *cr = c->cr;
+    cairo_save(cr);
+    cairo_new_path(cr);
+    for (const auto &f : figs) {
+        if (f.size() < 3) continue;
+        cairo_move_to(cr, f[0].x, f[0].y);
+        for (size_t i = 1; i < f.size(); ++i) cairo_line_to(cr, f[i].x, f[i].y);
+        cairo_close_path(cr);
+    }
+    cairo_set_fill_rule(cr, c->fillMode == kestrel::plat::FillWinding ? CAIRO_FILL_RULE_WINDING
+                                                                      : CAIRO_FILL_RULE_EVEN_ODD);
+    setSource(cr, colour);
+    cairo_fill(cr);
+    cairo_restore(cr);
+}
+
+bool brushVisible(KCanvas *c) { return !c->brush->null; }
+
+void setClipFromFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, int fillMode, bool intersect) {
+    cairo_t *cr = c->cr;
+    if (!intersect) cairo_reset_clip(cr);
+    cairo_new_path(cr);
+    for (const auto &f : figs) {
+        if (f.size() < 3) continue;
+        cairo_move_to(cr, f[0].x, f[0].y);
+        for (size_t i = 1; i < f.size(); ++i) cairo_line_to(cr, f[i].x, f[i].y);
+        cairo_close_path(cr);
+    }
+    cairo_set_fill_rule(cr, fillMode == kestrel::plat::FillWinding ? CAIRO_FILL_RULE_WINDING
+                                                                   : CAIRO_FILL_RULE_EVEN_ODD);
+    cairo_clip(cr);
+}
+
+// Font selection on the Cairo context for the canvas' current font.
+// Returns the escapement angle in radians (counter-clockwise positive).
+double applyFont(KCanvas *c) {
+    const Object *f = c->font;
+    cairo_t *cr = c->cr;
+    std::string face = f->face.empty() ? "Arial" : f->face;
+    cairo_select_font_face(cr, face.c_str(), f->italic ? CAIRO_FONT_SLANT_ITALIC : CAIRO_FONT_SLANT_NORMAL,
+                           f->weight >= 600 ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
+    // GDI: a negative height is the character (em) height, a positive one the
+    // cell height (ascent + descent), about 1.15 em for the Arial metrics.
+    double em = f->height < 0 ? -f->height : f->height > 0 ? f->height / 1.149 : 16.0;
+    cairo_set_font_size(cr, em);
+    cairo_font_options_t *opt = cairo_font_options_create();
+    cairo_font_options_set_antialias(opt, CAIRO_ANTIALIAS_GRAY);
+    cairo_font_options_set_hint_style(opt, CAIRO_HINT_STYLE_NONE);
+    cairo_font_options_set_hint_metrics(opt, CAIRO_HINT_METRICS_OFF);
+    cairo_set_font_options(cr, opt);
+    cairo_font_options_destroy(opt);
+    return f->escapement * M_PI / 1800.0;
+}
+
+}  // namespace
+
+// ---- Exported canvas API -------------------------------------------------------
+
+extern "C" {
+
+KESTREL_API KDC KESTREL_CALL KCanvasCreate(int32_t width, int32_t height) {
+    if (width <= 0 || height <= 0 || static_cast<int64_t>(width) * height > (int64_t{1} << 28)) return nullptr;
+    cairo_surface_t *s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+    if (cairo_surface_status(s) != CAIRO_STATUS_SUCCESS) {
+        cairo_surface_destroy(s);
+        return nullptr;
+    }
+    auto *c = new KCanvas;
+    c->surface = s;
+    c->cr = cairo_create(s);
+    c->w = width;
+    c->h = height;
+    cairo_set_antialias(c->cr, CAIRO_ANTIALIAS_NONE);
+    cairo_set_source_rgb(c->cr, 1, 1, 1);
+    cairo_paint(c->cr);
+    return c;
+}
+
+KESTREL_API void KESTREL_CALL KCanvasDestroy(KDC c) {
+    if (!c) return;
+    cairo_destroy(c->cr);
+    cairo_surface_destroy(c->surface);
+    delete c;
+}
+
+KESTREL_API int32_t KESTREL_CALL KCanvasSavePNG(KDC c, const char *fileName) {
+    if (!c || !fileName) return 0;
+    cairo_surface_flush(c->surface);
+    return cairo_surface_write_to_png(c->surface, fileName) == CAIRO_STATUS_SUCCESS ? 1 : 0;
+}
+
+KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
+    if (!c || x < 0 || y < 0 || x >= c->w || y >= c->h) return 0xFFFFFFFFu;
+    cairo_surface_flush(c->surface);
+    const unsigned char *data = cairo_image_surface_get_data(c->surface);
+    int stride = cairo_image_surface_get_stride(c->surface);
+    uint32_t px;
+    std::memcpy(&px, data + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * 4, 4);
+    uint32_t r = (px >> 16) & 0xFF, g = (px >> 8) & 0xFF, b = px & 0xFF;
+    return r | (g << 8) | (b << 16);
+}
+
+KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC c) { return c ? c->w : 0; }
+KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC c) { return c ? c->h : 0; }
+
+}  // extern "C"
+
+// ---- The platform drawing interface ----------------------------------------------
+
+namespace kestrel::plat {
+
+GdiObj getStockObject(int which) {
+    if (which >= 0 && which <= StockNullPen) return &g_stock[which];
+    return nullptr;
+}
+
+GdiObj selectObject(KDC c, GdiObj h) {
+    if (!c || !h) return nullptr;
+    Object *o = obj(h), *old = nullptr;
+    switch (o->kind) {
+    case Kind::Pen:
+        old = c->pen;
+        c->pen = o;
+        c->dashPos = 0;
+        break;
+    case Kind::Brush:
+        old = c->brush;
+        c->brush = o;
+        break;
+    case Kind::Font:
+        old = c->font;
+        c->font = o;
+        break;
+    case Kind::Palette: return nullptr;  // palettes go through selectPalette
+    }
+    return old;
+}
+
+bool deleteObject(GdiObj h) {
+    if (!h) return false;
+    Object *o = obj(h);
+    if (!o->stock) delete o;
+    return true;
+}
+
+KPEN createPen(int style, int width, KCOLORREF colour) {
+    auto *o = new Object(Kind::Pen);
+    o->style = style;
+    o->width = width < 1 ? 1 : width;
+    o->colour = colour;
+    o->null = style == PenNull;
+    return reinterpret_cast<KPEN>(o);
+}
+
+KBRUSH createSolidBrush(KCOLORREF colour) {
+    auto *o = new Object(Kind::Brush);
+    o->colour = colour;
+    return reinterpret_cast<KBRUSH>(o);
+}
+
+KFONT createFont(int height, int, int escapement, int, int weight, bool italic, bool underline, bool strikeOut,
+                 const char *face) {
+    auto *o = new Object(Kind::Font);
+    o->height = height;
+    o->escapement = escapement;
+    o->weight = weight;
+    o->italic = italic;
+    o->underline = underline;
+    o->strikeOut = strikeOut;
+    o->face = face ? face : "";
+    return reinterpret_cast<KFONT>(o);
+}
+
+int getDeviceCaps(KDC c, int index) {
+    if (!c) return 0;
+    switch (index) {
+    case CapHorzSize: return static_cast<int>(std::lround(c->w * 25.4 / 96.0));
+    case CapVertSize: return static_cast<int>(std::lround(c->h * 25.4 / 96.0));
+    case CapHorzRes: return c->w;
+    case CapVertRes: return c->h;
+    case CapBitsPixel: return 24;
+    case CapPlanes: return 1;
+    default: return 0;
+    }
+}
+
+int getSystemMetrics(int index) {
+    switch (index) {
+    case SmCxScreen: return 1920;
+    case SmCyScreen: return 1080;
+    case SmCxVScroll: return 17;
+    case SmCyHScroll: return 17;
+    case SmCyCaption: return 23;
+    case SmCxFrame: return 4;
+    case SmCyFrame: return 4;
+    case SmCyMenu: return 20;
+    default: return 0;
+    }
+}
+
+KPALETTE createPalette(const PaletteEntry *entries, int count) {
+    if (count < 1 || count > 65536 || !entries) return nullptr;
+    auto *o = new Object(Kind::Palette);
+    o->entries.assign(entries, entries + count);
+    return reinterpret_cast<KPALETTE>(o);
+}
+
+KPALETTE selectPalette(KDC c, KPALETTE pal, bool) {
+    if (!c || !pal) return nullptr;
+    Object *old = c->palette;
+    c->palette = reinterpret_cast<Object *>(pal);
+    return reinterpret_cast<KPALETTE>(old);
+}
+
+unsigned realizePalette(KDC c) { return c ? static_cast<unsigned>(c->palette->entries.size()) : 0; }
+
+bool moveTo(KDC c, int x, int y) {
+    if (!c) return false;
+    if (c->recording) {
+        c->figures.push_back({KPoint32{x, y}});
+        c->closed.push_back(false);
+    }
+    c->curX = x;
+    c->curY = y;
+    return true;
+}
+
+bool lineTo(KDC c, int x, int y) {
+    if (!c) return false;
+    if (c->recording) {
+        if (c->figures.empty()) {
+            c->figures.push_back({KPoint32{c->curX, c->curY}});
+            c->closed.push_back(false);
+        }
+        c->figures.back().push_back(KPoint32{x, y});
+    } else {
+        KPoint32 p[2] = {{c->curX, c->curY}, {x, y}};
+        strokeChain(c, p, 2, false);
+    }
+    c->curX = x;
+    c->curY = y;
+    return true;
+}
+
+bool polyline(KDC c, const KPoint32 *pts, int n) {
+    if (!c || !pts || n < 2) return false;
+    if (c->recording) {
+        c->figures.emplace_back(pts, pts + n);
+        c->closed.push_back(false);
+    } else {
+        strokeChain(c, pts, n, false);
+    }
+    return true;
+}
+
+bool polygon(KDC c, const KPoint32 *pts, int n) {
+    if (!c || !pts || n < 2) return false;
+    if (c->recording) {
+        c->figures.emplace_back(pts, pts + n);
+        c->closed.push_back(true);
+        return true;
+    }
+    if (brushVisible(c)) fillFigures(c, {std::vector<KPoint32>(pts, pts + n)}, c->brush->colour);
+    strokeChain(c, pts, n, true);
+    return true;
+}
+
+bool rectangle(KDC c, int l, int t, int r, int b) {
+    if (!c) return false;
+    if (r < l) std::swap(l, r);
+    if (b < t) std::swap(t, b);
+    if (c->recording) {
+        c->figures.push_back({{l, t}, {r - 1, t}, {r - 1, b - 1}, {l, b - 1}});
+        c->closed.push_back(true);
+        return true;
+    }
+    if (brushVisible(c)) {
+        cairo_save(c->cr);
+        setSource(c->cr, c->brush->colour);
+        cairo_rectangle(c->cr, l, t, r - l, b - t);
+        cairo_fill(c->cr);
+        cairo_restore(c->cr);
+    }
+    KPoint32 p[4] = {{l, t}, {r - 1, t}, {r - 1, b - 1}, {l, b - 1}};
+    strokeChain(c, p, 4, true);
+    return true;
+}
+
+bool ellipse(KDC c, int l, int t, int r, int b) {
+    if (!c) return false;
+    double cx = (l + r) / 2.0, cy = (t + b) / 2.0, rx = (r - l) / 2.0, ry = (b - t) / 2.0;
+    if (rx <= 0 || ry <= 0) return false;
+    cairo_t *cr = c->cr;
+    auto path = [&](double inset) {
+        cairo_new_path(cr);
+        cairo_save(cr);
+        cairo_translate(cr, cx, cy);
+        cairo_scale(cr, std::max(rx - inset, 0.01), std::max(ry - inset, 0.01));
+        cairo_arc(cr, 0, 0, 1, 0, 2 * M_PI);
+        cairo_restore(cr);
+    };
+    cairo_save(cr);
+    if (brushVisible(c)) {
+        path(0);
+        setSource(cr, c->brush->colour);
+        cairo_fill(cr);
+    }
+    if (penVisible(c)) {
+        double w = c->pen->width;
+        path(w / 2.0);
+        cairo_set_line_width(cr, w);
+        setSource(cr, c->pen->colour);
+        cairo_stroke(cr);
+    }
+    cairo_restore(cr);
+    return true;
+}
+
+bool fillRect(KDC c, const Rect *r, KBRUSH brush) {
+    if (!c || !r || !brush) return false;
+    Object *b = obj(brush);
+    if (b->null || r->right <= r->left || r->bottom <= r->top) return true;
+    cairo_save(c->cr);
+    setSource(c->cr, b->colour);
+    cairo_rectangle(c->cr, r->left, r->top, r->right - r->left, r->bottom - r->top);
+    cairo_fill(c->cr);
+    cairo_restore(c->cr);
+    return true;
+}
+
+KCOLORREF setPixel(KDC c, int x, int y, KCOLORREF colour) {
+    if (!c || x < 0 || y < 0 || x >= c->w || y >= c->h) return kInvalidColor;
+    cairo_save(c->cr);
+    setSource(c->cr, colour);
+    cairo_rectangle(c->cr, x, y, 1, 1);
+    cairo_fill(c->cr);
+    cairo_restore(c->cr);
+    return KCanvasGetPixel(c, x, y);
+}
+
+KCOLORREF getPixel(KDC c, int x, int y) { return KCanvasGetPixel(c, x, y); }
+
+int setPolyFillMode(KDC c, int mode) {
+    if (!c) return 0;
+    int old = c->fillMode;
+    c->fillMode = mode == FillWinding ? FillWinding : FillAlternate;
+    return old;
+}
+
+bool beginPath(KDC c) {
+    if (!c) return false;
+    c->recording = true;
+    c->figures.clear();
+    c->closed.clear();
+    return true;
+}
+
+bool endPath(KDC c) {
+    if (!c || !c->recording) return false;
+    c->recording = false;
+    return true;
+}
+
+bool closeFigure(KDC c) {
+    if (!c || !c->recording || c->closed.empty()) return false;
+    c->closed.back() = true;
+    return true;
+}
+
+bool strokePath(KDC c) {
+    if (!c) return false;
+    for (size_t i = 0; i < c->figures.size(); ++i)
+        strokeChain(c, c->figures[i].data(), static_cast<int>(c->figures[i].size()), c->closed[i]);
+    c->figures.clear();
+    c->closed.clear();
+    return true;
+}
+
+bool fillPath(KDC c) {
+    if (!c) return false;
+    if (brushVisible(c)) fillFigures(c, c->figures, c->brush->colour);
+    c->figures.clear();
+    c->closed.clear();
+    return true;
+}
+
+bool strokeAndFillPath(KDC c) {
+    if (!c) return false;
+    if (brushVisible(c)) fillFigures(c, c->figures, c->brush->colour);
+    return strokePath(c);
+}
+
+bool selectClipPath(KDC c, int mode) {
+    if (!c) return false;
+    setClipFromFigures(c, c->figures, c->fillMode, mode == RgnAnd);
+    c->figures.clear();
+    c->closed.clear();
+    return true;
+}
+
+bool clipRect(KDC c, const Rect *r) {
+    if (!c) return false;
+    cairo_reset_clip(c->cr);
+    if (!r) return true;
+    cairo_new_path(c->cr);
+    cairo_rectangle(c->cr, r->left, r->top, std::max(0, r->right - r->left), std::max(0, r->bottom - r->top));
+    cairo_clip(c->cr);
+    return true;
+}
+
+bool clipPolygon(KDC c, const KPoint32 *pts, int n, int fillMode) {
+    if (!c || !pts || n < 3) return false;
+    setClipFromFigures(c, {std::vector<KPoint32>(pts, pts + n)}, fillMode, false);
+    return true;
+}
+
+unsigned setTextAlign(KDC c, unsigned align) {
+    if (!c) return 0;
+    unsigned old = c->textAlign;
+    c->textAlign = align;
+    return old;
+}
+
+KCOLORREF setTextColor(KDC c, KCOLORREF col) {
+    if (!c) return kInvalidColor;
+    KCOLORREF old = c->textColour;
+    c->textColour = col;
+    return old;
+}
+
+KCOLORREF setBkColor(KDC c, KCOLORREF col) {
+    if (!c) return kInvalidColor;
+    KCOLORREF old = c->bkColour;
+    c->bkColour = col;
+    return old;
+}
+
+int setBkMode(KDC c, int mode) {
+    if (!c) return 0;
+    int old = c->bkMode;
+    c->bkMode = mode;
+    return old;
+}
+
+bool textOut(KDC c, int x, int y, const char *text, int n) {
+    if (!c || !text || n < 0) return false;
+    std::string s(text, static_cast<size_t>(n));
+    cairo_t *cr = c->cr;
+    cairo_save(cr);
+    double angle = applyFont(c);
+    cairo_font_extents_t fe;
+    cairo_font_extents(cr, &fe);
+    cairo_text_extents_t te;
+    cairo_text_extents(cr, s.c_str(), &te);
+    double adv = te.x_advance;
+    double dx = 0, dy = 0;  // offset from the reference point to the baseline start
+    switch (c->textAlign & TaHorizontalMask) {
+    case TaCenter: dx = -adv / 2; break;
+    case TaRight: dx = -adv; break;
+    default: break;
+    }
+    switch (c->textAlign & TaVerticalMask) {
+    case TaBaseline: break;
+    case TaBottom: dy = -fe.descent; break;
+    default: dy = fe.ascent; break;  // top
+    }
+    cairo_translate(cr, x, y);
+    cairo_rotate(cr, -angle);
+    if (c->bkMode == BkOpaque) {
+        cairo_rectangle(cr, dx, dy - fe.ascent, adv, fe.ascent + fe.descent);
+        setSource(cr, c->bkColour);
+        cairo_fill(cr);
+    }
+    setSource(cr, c->textColour);
+    cairo_set_antialias(cr, CAIRO_ANTIALIAS_GRAY);
+    cairo_move_to(cr, dx, dy);
+    cairo_show_text(cr, s.c_str());
+    if (c->font->underline || c->font->strikeOut) {
+        double lw = std::max(1.0, fe.height / 16);
+        if (c->font->underline) cairo_rectangle(cr, dx, dy + fe.descent / 2, adv, lw);
+        if (c->font->strikeOut) cairo_rectangle(cr, dx, dy - fe.ascent / 3, adv, lw);
+        cairo_fill(cr);
+    }
+    cairo_restore(cr);
+    return true;
+}
+
+bool textExtent(KDC c, const char *text, int n, Size *size) {
+    if (!c || !text || n < 0 || !size) return false;
+    std::string s(text, static_cast<size_t>(n));
+    cairo_save(c->cr);
+    applyFont(c);
+    cairo_font_extents_t fe;
+    cairo_font_extents(c->cr, &fe);
+    cairo_text_extents_t te;
+    cairo_text_extents(c->cr, s.c_str(), &te);
+    cairo_restore(c->cr);
+    size->cx = static_cast<int32_t>(std::lround(te.x_advance));
+    size->cy = static_cast<int32_t>(std::lround(fe.ascent + fe.descent));
+    return true;
+}
+
+bool textMetrics(KDC c, KTextMetric *tm) {
+    if (!c || !tm) return false;
+    std::memset(tm, 0, sizeof *tm);
+    cairo_save(c->cr);
+    applyFont(c);
+    cairo_font_extents_t fe;
+    cairo_font_extents(c->cr, &fe);
+    cairo_text_extents_t te;
+    cairo_text_extents(c->cr, "x", &te);
+    cairo_restore(c->cr);
+    tm->tmAscent = static_cast<int32_t>(std::lround(fe.ascent));
+    tm->tmDescent = static_cast<int32_t>(std::lround(fe.descent));
+    tm->tmHeight = tm->tmAscent + tm->tmDescent;
+    double em = std::fabs(static_cast<double>(c->font->height));
+    tm->tmInternalLeading = c->font->height < 0 ? std::max(0, tm->tmHeight - static_cast<int32_t>(em)) : 0;
+    tm->tmAveCharWidth = static_cast<int32_t>(std::lround(te.x_advance));
+    tm->tmMaxCharWidth = static_cast<int32_t>(std::lround(fe.max_x_advance));
+    tm->tmWeight = c->font->weight;
+    tm->tmDigitizedAspectX = tm->tmDigitizedAspectY = 96;
+    tm->tmFirstChar = 32;
+    tm->tmLastChar = 255;
+    tm->tmDefaultChar = 31;
+    tm->tmBreakChar = 32;
+    tm->tmItalic = c->font->italic;
+    tm->tmUnderlined = c->font->underline;
+    tm->tmStruckOut = c->font->strikeOut;
+    tm->tmPitchAndFamily = 0x20 | 0x06;  // Swiss, variable pitch, TrueType
+    return true;
+}
+
+bool bitBlt(KDC dst, int x, int y, int w, int h, KDC src, int sx, int sy) {
+    if (!dst || !src || w <= 0 || h <= 0) return false;
+    cairo_surface_flush(src->surface);
+    cairo_save(dst->cr);
+    cairo_set_source_surface(dst->cr, src->surface, x - sx, y - sy);
+    cairo_rectangle(dst->cr, x, y, w, h);
+    cairo_fill(dst->cr);
+    cairo_restore(dst->cr);
+    return true;
+}
+
+}  // namespace kestrel::plat

@@ -1,0 +1,7 @@
+// On POSIX the library starts itself up when it is loaded, as the Windows DLL
+// does from its entry point.
+#include "kestrel/frame.h"
+
+namespace {
+__attribute__((constructor)) void kestrelOnLoad() { initKestrel(); }
+}  // namespace

@@ -1,0 +1,92 @@
+// POSIX user-interface services: everything goes to the host's callbacks;
+// with none registered the services are silent and message boxes are written
+// to the error log and take their default answer.
+#include <cstring>
+#include <string>
+
+#include "kestrel/canvas.h"
+#include "kestrel/util.h"
+#include "platform/platform.h"
+
+namespace {
+KUICallbacks g_cb{};
+int g_cursor = kestrel::plat::CursorArrow;
+}  // namespace
+
+extern "C" KESTREL_API void KESTREL_CALL KestrelSetUICallbacks(const KUICallbacks *callbacks) {
+    if (callbacks)
+        g_cb = *callbacks;
+    else
+        g_cb = KUICallbacks{};
+}
+
+namespace kestrel::plat {
+
+void setWindowText(KWND w, const char *text) {
+    if (w && w == hWndStatusBar && g_cb.statusText) g_cb.statusText(g_cb.user, text ? text : "");
+}
+
+void updateWindow(KWND w) {
+    if (w && g_cb.updateView) g_cb.updateView(g_cb.user, w);
+}
+
+void invalidateWindow(KWND, bool) {}
+
+bool clientRect(KWND w, Rect *r) {
+    *r = Rect{0, 0, 0, 0};
+    if (!w) return false;
+    int32_t rc[4] = {0, 0, 0, 0};
+    if (!g_cb.windowRect || !g_cb.windowRect(g_cb.user, w, rc)) return false;
+    *r = Rect{0, 0, rc[2] - rc[0], rc[3] - rc[1]};
+    return true;
+}
+
+bool windowRect(KWND w, Rect *r) {
+    *r = Rect{0, 0, 0, 0};
+    if (!w) return false;
+    int32_t rc[4] = {0, 0, 0, 0};
+    if (!g_cb.windowRect || !g_cb.windowRect(g_cb.user, w, rc)) return false;
+    *r = Rect{rc[0], rc[1], rc[2], rc[3]};
+    return true;
+}
+
+bool cursorPos(int32_t *x, int32_t *y) {
+    *x = *y = 0;
+    return g_cb.cursorPos && g_cb.cursorPos(g_cb.user, x, y);
+}
+
+KWND createProgressBar(KWND, KINSTANCE, int, int, int, int, int range, int step) {
+    return g_cb.progressBar ? g_cb.progressBar(g_cb.user, range, step) : nullptr;
+}
+
+int messageBox(KWND, const char *text, const char *caption, unsigned type) {
+    if (g_cb.messageBox) return g_cb.messageBox(g_cb.user, text ? text : "", caption ? caption : "", type);
+    const int answer = (type & 0xF) == MbYesNo ? IdYes : IdOk;
+    if (szErrorLogFile[0]) {
+        std::string line = "MESSAGE (";
+        line += caption ? caption : "";
+        line += answer == IdYes ? ", answered Yes): " : "): ";
+        line += text ? text : "";
+        for (char &c : line)
+            if (c == '\n' || c == '\r') c = ' ';
+        AppendRecord(szErrorLogFile, line.c_str());
+    }
+    return answer;
+}
+
+void pumpMessages(KWND) {
+    if (g_cb.pumpMessages) g_cb.pumpMessages(g_cb.user);
+}
+
+void waitMessage() {
+    if (g_cb.waitMessage) g_cb.waitMessage(g_cb.user);
+}
+
+int setCursor(int cursor) {
+    int old = g_cursor;
+    g_cursor = cursor;
+    if (g_cb.setCursor) g_cb.setCursor(g_cb.user, cursor);
+    return old;
+}
+
+}  // namespace kestrel::plat

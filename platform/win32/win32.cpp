@@ -1,0 +1,266 @@
+// The Windows platform layer: thin forwards to GDI, USER and kernel.
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <windows.h>
+#include <commctrl.h>
+
+#include <cstring>
+
+#include "platform/platform.h"
+
+namespace kestrel::plat {
+
+void localTime(LocalTime *t) {
+    SYSTEMTIME st;
+    GetLocalTime(&st);
+    t->year = st.wYear;
+    t->month = st.wMonth;
+    t->day = st.wDay;
+    t->hour = st.wHour;
+    t->minute = st.wMinute;
+    t->second = st.wSecond;
+}
+
+void osVersion(KOSVersionInfo *v) {
+    static_assert(sizeof(KOSVersionInfo) == sizeof(OSVERSIONINFOA), "version record layout");
+    GetVersionExA(reinterpret_cast<OSVERSIONINFOA *>(v));
+}
+
+bool userName(char *buf, uint32_t len) {
+    DWORD n = len;
+    return GetUserNameA(buf, &n) != 0;
+}
+
+bool computerName(char *buf, uint32_t len) {
+    DWORD n = len;
+    return GetComputerNameA(buf, &n) != 0;
+}
+
+std::string lastErrorMessage() {
+    DWORD code = GetLastError();
+    char *msg = nullptr;
+    FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+                   nullptr, code, MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), reinterpret_cast<LPSTR>(&msg), 0,
+                   nullptr);
+    std::string s = msg ? msg : "";
+    if (msg) LocalFree(msg);
+    return s;
+}
+
+void beep() { MessageBeep(0xFFFFFFFF); }
+
+static KFILE wrap(HANDLE h) { return h == INVALID_HANDLE_VALUE ? nullptr : static_cast<KFILE>(h); }
+
+KFILE fileCreate(const char *path) {
+    return wrap(CreateFileA(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+KFILE fileOpenRead(const char *path) {
+    return wrap(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
+                            nullptr));
+}
+
+KFILE fileOpenReadWrite(const char *path) {
+    return wrap(CreateFileA(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+long fileWrite(KFILE f, const void *data, size_t n) {
+    if (!f) return -1;
+    DWORD written = 0;
+    if (!WriteFile(static_cast<HANDLE>(f), data, static_cast<DWORD>(n), &written, nullptr)) return -1;
+    return static_cast<long>(written);
+}
+
+long fileRead(KFILE f, void *data, size_t n) {
+    if (!f) return -1;
+    DWORD got = 0;
+    if (!ReadFile(static_cast<HANDLE>(f), data, static_cast<DWORD>(n), &got, nullptr)) return -1;
+    return static_cast<long>(got);
+}
+
+int64_t fileSeek(KFILE f, int64_t offset, int origin) {
+    if (!f) return -1;
+    LARGE_INTEGER in, out;
+    in.QuadPart = offset;
+    DWORD how = origin == 1 ? FILE_CURRENT : origin == 2 ? FILE_END : FILE_BEGIN;
+    if (!SetFilePointerEx(static_cast<HANDLE>(f), in, &out, how)) return -1;
+    return out.QuadPart;
+}
+
+void fileClose(KFILE f) {
+    if (f) CloseHandle(static_cast<HANDLE>(f));
+}
+
+// ---- User interface ----------------------------------------------------------------
+
+static HWND W(KWND w) { return reinterpret_cast<HWND>(w); }
+static HDC D(KDC d) { return reinterpret_cast<HDC>(d); }
+
+void setWindowText(KWND w, const char *text) { SetWindowTextA(W(w), text); }
+void updateWindow(KWND w) { UpdateWindow(W(w)); }
+void invalidateWindow(KWND w, bool erase) { InvalidateRect(W(w), nullptr, erase ? TRUE : FALSE); }
+
+bool clientRect(KWND w, Rect *r) {
+    RECT rc{};
+    BOOL ok = GetClientRect(W(w), &rc);
+    *r = Rect{rc.left, rc.top, rc.right, rc.bottom};
+    return ok != 0;
+}
+
+bool windowRect(KWND w, Rect *r) {
+    RECT rc{};
+    BOOL ok = GetWindowRect(W(w), &rc);
+    *r = Rect{rc.left, rc.top, rc.right, rc.bottom};
+    return ok != 0;
+}
+
+bool cursorPos(int32_t *x, int32_t *y) {
+    POINT p{};
+    BOOL ok = GetCursorPos(&p);
+    *x = p.x;
+    *y = p.y;
+    return ok != 0;
+}
+
+KWND createProgressBar(KWND parent, KINSTANCE inst, int x, int y, int w, int h, int range, int step) {
+    HWND bar = CreateWindowExA(0, "msctls_progress32", nullptr, WS_CHILD | WS_VISIBLE, x, y, w, h, W(parent),
+                               nullptr, reinterpret_cast<HINSTANCE>(inst), nullptr);
+    if (bar) {
+        SendMessageA(bar, PBM_SETRANGE, 0, MAKELPARAM(0, range));
+        SendMessageA(bar, PBM_SETSTEP, static_cast<WPARAM>(step), 0);
+    }
+    return reinterpret_cast<KWND>(bar);
+}
+
+int messageBox(KWND owner, const char *text, const char *caption, unsigned type) {
+    return MessageBoxA(W(owner), text, caption, type);
+}
+
+void pumpMessages(KWND w) {
+    MSG msg;
+    while (PeekMessageA(&msg, W(w), 0, 0, PM_REMOVE)) {
+        TranslateMessage(&msg);
+        DispatchMessageA(&msg);
+    }
+}
+
+void waitMessage() { WaitMessage(); }
+
+int setCursor(int cursor) {
+    static int current = CursorArrow;
+    LPCSTR id = cursor == CursorWait ? IDC_WAIT : cursor == CursorCross ? IDC_CROSS
+              : cursor == CursorSizeAll ? IDC_SIZEALL : IDC_ARROW;
+    SetCursor(LoadCursorA(nullptr, id));
+    int old = current;
+    current = cursor;
+    return old;
+}
+
+// ---- Device contexts -------------------------------------------------------------------
+
+GdiObj getStockObject(int which) { return GetStockObject(which); }
+GdiObj selectObject(KDC dc, GdiObj obj) { return SelectObject(D(dc), static_cast<HGDIOBJ>(obj)); }
+bool deleteObject(GdiObj obj) { return DeleteObject(static_cast<HGDIOBJ>(obj)) != 0; }
+KPEN createPen(int style, int width, KCOLORREF colour) {
+    return reinterpret_cast<KPEN>(CreatePen(style, width, colour));
+}
+KBRUSH createSolidBrush(KCOLORREF colour) { return reinterpret_cast<KBRUSH>(CreateSolidBrush(colour)); }
+KFONT createFont(int height, int width, int escapement, int orientation, int weight, bool italic, bool underline,
+                 bool strikeOut, const char *face) {
+    return reinterpret_cast<KFONT>(CreateFontA(height, width, escapement, orientation, weight, italic, underline,
+                                               strikeOut, DEFAULT_CHARSET, OUT_TT_PRECIS, CLIP_DEFAULT_PRECIS,
+                                               PROOF_QUALITY, VARIABLE_PITCH | FF_SWISS, face));
+}
+int getDeviceCaps(KDC dc, int index) { return GetDeviceCaps(D(dc), index); }
+int getSystemMetrics(int index) { return GetSystemMetrics(index); }
+
+KPALETTE createPalette(const PaletteEntry *entries, int count) {
+    if (count < 1 || count > 65536 || !entries) return nullptr;
+    size_t bytes = sizeof(LOGPALETTE) + sizeof(PALETTEENTRY) * static_cast<size_t>(count);
+    auto *lp = static_cast<LOGPALETTE *>(HeapAlloc(GetProcessHeap(), 0, bytes));
+    if (!lp) return nullptr;
+    lp->palVersion = 0x300;
+    lp->palNumEntries = static_cast<WORD>(count);
+    for (int i = 0; i < count; ++i) {
+        lp->palPalEntry[i].peRed = entries[i].red;
+        lp->palPalEntry[i].peGreen = entries[i].green;
+        lp->palPalEntry[i].peBlue = entries[i].blue;
+        lp->palPalEntry[i].peFlags = entries[i].flags;
+    }
+    HPALETTE pal = CreatePalette(lp);
+    HeapFree(GetProcessHeap(), 0, lp);
+    return reinterpret_cast<KPALETTE>(pal);
+}
+KPALETTE selectPalette(KDC dc, KPALETTE pal, bool background) {
+    return reinterpret_cast<KPALETTE>(SelectPalette(D(dc), reinterpret_cast<HPALETTE>(pal), background));
+}
+unsigned realizePalette(KDC dc) { return RealizePalette(D(dc)); }
+
+bool moveTo(KDC dc, int x, int y) { return MoveToEx(D(dc), x, y, nullptr) != 0; }
+bool lineTo(KDC dc, int x, int y) { return LineTo(D(dc), x, y) != 0; }
+bool polyline(KDC dc, const KPoint32 *pts, int n) {
+    static_assert(sizeof(KPoint32) == sizeof(POINT), "point layout");
+    return Polyline(D(dc), reinterpret_cast<const POINT *>(pts), n) != 0;
+}
+bool polygon(KDC dc, const KPoint32 *pts, int n) {
+    return Polygon(D(dc), reinterpret_cast<const POINT *>(pts), n) != 0;
+}
+bool rectangle(KDC dc, int l, int t, int r, int b) { return Rectangle(D(dc), l, t, r, b) != 0; }
+bool ellipse(KDC dc, int l, int t, int r, int b) { return Ellipse(D(dc), l, t, r, b) != 0; }
+bool fillRect(KDC dc, const Rect *r, KBRUSH brush) {
+    RECT rc{r->left, r->top, r->right, r->bottom};
+    return FillRect(D(dc), &rc, reinterpret_cast<HBRUSH>(brush)) != 0;
+}
+KCOLORREF setPixel(KDC dc, int x, int y, KCOLORREF c) { return SetPixel(D(dc), x, y, c); }
+KCOLORREF getPixel(KDC dc, int x, int y) { return GetPixel(D(dc), x, y); }
+int setPolyFillMode(KDC dc, int mode) { return SetPolyFillMode(D(dc), mode); }
+
+bool beginPath(KDC dc) { return BeginPath(D(dc)) != 0; }
+bool endPath(KDC dc) { return EndPath(D(dc)) != 0; }
+bool closeFigure(KDC dc) { return CloseFigure(D(dc)) != 0; }
+bool strokePath(KDC dc) { return StrokePath(D(dc)) != 0; }
+bool fillPath(KDC dc) { return FillPath(D(dc)) != 0; }
+bool strokeAndFillPath(KDC dc) { return StrokeAndFillPath(D(dc)) != 0; }
+bool selectClipPath(KDC dc, int mode) { return SelectClipPath(D(dc), mode) != 0; }
+
+bool clipRect(KDC dc, const Rect *r) {
+    if (!r) return SelectClipRgn(D(dc), nullptr) != ERROR;
+    HRGN rgn = CreateRectRgn(r->left, r->top, r->right, r->bottom);
+    if (!rgn) return false;
+    int res = SelectClipRgn(D(dc), rgn);
+    DeleteObject(rgn);
+    return res != ERROR;
+}
+
+bool clipPolygon(KDC dc, const KPoint32 *pts, int n, int fillMode) {
+    HRGN rgn = CreatePolygonRgn(reinterpret_cast<const POINT *>(pts), n, fillMode);
+    if (!rgn) return false;
+    int res = SelectClipRgn(D(dc), rgn);
+    DeleteObject(rgn);
+    return res != ERROR;
+}
+
+unsigned setTextAlign(KDC dc, unsigned align) { return SetTextAlign(D(dc), align); }
+KCOLORREF setTextColor(KDC dc, KCOLORREF c) { return SetTextColor(D(dc), c); }
+KCOLORREF setBkColor(KDC dc, KCOLORREF c) { return SetBkColor(D(dc), c); }
+int setBkMode(KDC dc, int mode) { return SetBkMode(D(dc), mode); }
+bool textOut(KDC dc, int x, int y, const char *text, int n) { return TextOutA(D(dc), x, y, text, n) != 0; }
+bool textExtent(KDC dc, const char *text, int n, Size *size) {
+    SIZE s{};
+    BOOL ok = GetTextExtentPoint32A(D(dc), text, n, &s);
+    size->cx = s.cx;
+    size->cy = s.cy;
+    return ok != 0;
+}
+bool textMetrics(KDC dc, KTextMetric *tm) {
+    static_assert(sizeof(KTextMetric) == sizeof(TEXTMETRICA), "text metric layout");
+    return GetTextMetricsA(D(dc), reinterpret_cast<TEXTMETRICA *>(tm)) != 0;
+}
+bool bitBlt(KDC dst, int x, int y, int w, int h, KDC src, int sx, int sy) {
+    return BitBlt(D(dst), x, y, w, h, D(src), sx, sy, SRCCOPY) != 0;
+}
+
+}  // namespace kestrel::plat
