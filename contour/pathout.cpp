@@ -1,0 +1,161 @@
+// Output of one traced polyline: the screen, the file, and its labels.
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <system_error>
+
+#include "contour/internal.h"
+#include "kestrel/contour.h"
+#include "platform/platform.h"
+
+using namespace kestrel;
+
+namespace {
+
+uint32_t gLabelState = 1;
+
+// Appends text to a growing line buffer.
+struct Text {
+    char *p;
+    void put(const char *s) {
+        const size_t n = std::strlen(s);
+        std::memcpy(p, s, n);
+        p += n;
+    }
+    void putG(double v) { p += formatG(p, v); }
+    void putInt(int32_t v) { p += std::snprintf(p, 16, "%d", static_cast<int>(v)); }
+    void ch(char c) { *p++ = c; }
+};
+
+// The longest line is two %g numbers (at most 13 characters each) plus a
+// keyword, so a piece of at most 1500 vertices fits in 1500 * 40 bytes plus
+// its header and trailer.
+constexpr size_t kLineRoom = 40;
+char gPieceText[1500 * kLineRoom + 256];
+
+}  // namespace
+
+int kestrel::formatG(char *out, double v) {
+    // std::to_chars with a precision converts as printf does in the "C"
+    // locale, and far faster; non-finite values go through printf itself.
+    if (std::isfinite(v)) {
+        const auto r = std::to_chars(out, out + 31, v, std::chars_format::general, 6);
+        if (r.ec == std::errc()) {
+            *r.ptr = '\0';
+            return static_cast<int>(r.ptr - out);
+        }
+    }
+    return std::snprintf(out, 32, "%g", v);
+}
+
+void kestrel::labelRandomSeed(uint32_t seed) { gLabelState = seed; }
+
+int32_t kestrel::labelRandom() {
+    gLabelState = gLabelState * 214013u + 2531011u;
+    return static_cast<int32_t>((gLabelState >> 16) & 32767u);
+}
+
+double kestrel::stepDirection(double x1, double y1, double x2, double y2, double xs, double ys) {
+    double dx = (x2 - x1) * xs;
+    const double dy = (y2 - y1) * ys;
+    if (std::fabs(dx) <= 0.001 && std::fabs(dy) <= 0.001) return 0.0;
+    double a;
+    if (std::fabs(dx) < 0.001 * std::fabs(dy)) {
+        dx = 0.0;
+        a = dy > 0 ? 90.0 : -90.0;
+    } else {
+        a = std::atan(dy / dx) * 57.29577951308232;
+    }
+    if (dx < 0) a += 180.0;
+    if (a < 0) a += 360.0;
+    return a;
+}
+
+void kestrel::placeLabels(KContourLabel *labels, int32_t *labelCount, float level, int32_t labelFactor,
+                          int32_t labelColour, int32_t labelSize, int32_t labelFill) {
+    const int32_t n = nVp;
+    if (!labels || !labelCount || n < 21 || labelFactor < 1 || n > 1500) return;
+    const int32_t m = (n / 250 + 1) * labelFactor;
+    const int32_t s = n / m;
+    const double minLength = labelSize * static_cast<double>(VY.pixPerLength) * 0.03;
+    const double min2 = minLength * minLength;
+    const double px = VX.pixPerUser, py = VY.pixPerUser;
+    auto dist2 = [&](int32_t a, int32_t b) {
+        const double dx = (static_cast<double>(Vfp[b][0]) - Vfp[a][0]) * px;
+        const double dy = (static_cast<double>(Vfp[b][1]) - Vfp[a][1]) * py;
+        return dx * dx + dy * dy;
+    };
+    const double xs = 1.0 / VX.userPerLength, ys = 1.0 / VY.userPerLength;
+    for (int32_t t = 0; t < m; ++t) {
+        const int32_t r = labelRandom();
+        const double where = s * (r * static_cast<double>(3.0518509e-5f) + t);
+        int32_t p = where >= 1.0 ? static_cast<int32_t>(std::fmin(where, 2.0e9)) : 0;
+        if (p > n - 2) p = n - 2;
+        int32_t low = p, high = p;
+        int widenings = 0;
+        do {
+            low = low > 0 ? low - 1 : 0;
+            high = high < n - 1 ? high + 1 : n - 1;
+            ++widenings;
+        } while (widenings < 10 && dist2(low, high) < min2);
+        if (*labelCount < 0 || *labelCount >= KESTREL_MAX_CONTOUR_LABELS) continue;
+        KContourLabel &lab = labels[*labelCount];
+        const int32_t mid = (low + high) / 2;
+        double a = stepDirection(Vfp[low][0], Vfp[low][1], Vfp[high][0], Vfp[high][1], xs, ys);
+        if (a > 90.0 && a < 270.0) a += 180.0;
+        if (a > 360.0) a -= 360.0;
+        lab.level = level;
+        lab.x = Vfp[mid][0];
+        lab.y = Vfp[mid][1];
+        lab.angle = static_cast<float>(a);
+        lab.colour = labelColour;
+        lab.size = labelSize;
+        lab.fill = labelFill;
+        ++*labelCount;
+    }
+}
+
+extern "C" KESTREL_API void KESTREL_CALL CToutpth(KDC hdc, KFILE psfile, KContourLabel *labels, int32_t *labelCount,
+                                                  float level, int32_t /*colour*/, int32_t /*style*/,
+                                                  int32_t /*width*/, int32_t labelFactor, int32_t labelColour,
+                                                  int32_t labelSize, int32_t labelFill) {
+    if (nVp < 2) return;
+    const int32_t n = nVp > 1500 ? 1500 : nVp;
+    if (hdc) plat::polyline(hdc, reinterpret_cast<const KPoint32 *>(Vip), n);
+    if (psfile && (CToutpthFormat == 0 || CToutpthFormat == 1)) {
+        // The lines of one piece are formatted into one buffer and written
+        // together: the file receives exactly the text of the line-by-line
+        // formats, with one write call per piece instead of per vertex.
+        Text out{gPieceText};
+        if (CToutpthFormat == 0) {
+            out.put("\n\n%labl: (");
+            out.putG(level);
+            out.put(")\nnp\n");
+            out.putG(Vfp[0][0]);
+            out.ch(' ');
+            out.putG(Vfp[0][1]);
+            out.put(" M\n");
+            for (int32_t k = 1; k < n; ++k) {
+                out.putG(Vfp[k][0]);
+                out.ch(' ');
+                out.putG(Vfp[k][1]);
+                out.put(" L\n");
+            }
+            out.put("stroke\n\n");
+        } else {
+            out.putInt(n);
+            out.ch(' ');
+            out.putInt(n);
+            out.ch('\n');
+            for (int32_t k = 0; k < n; ++k) {  // y before x, as the readers of this list expect
+                out.putG(Vfp[k][1]);
+                out.ch(' ');
+                out.putG(Vfp[k][0]);
+                out.ch('\n');
+            }
+        }
+        plat::fileWrite(psfile, gPieceText, static_cast<size_t>(out.p - gPieceText));
+    }
+    placeLabels(labels, labelCount, level, labelFactor, labelColour, labelSize, labelFill);
+}
