@@ -50,7 +50,10 @@ inline void setupAxes(const Grid &g) {
 
 // Runs body with a fresh output file and returns what it wrote.
 inline std::string capture(const std::string &name, const std::function<void(KFILE)> &body) {
-    const std::string path = kt::scratchDir("contour_" + name) + "/out.txt";
+    // One folder per test: ctest runs the tests of a program in parallel.
+    const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
+    const std::string test = info ? std::string(info->test_suite_name()) + "." + info->name() : "none";
+    const std::string path = kt::scratchDir("contour/" + test + "/" + name) + "/out.txt";
     KFILE f = kestrel::plat::fileCreate(path.c_str());
     EXPECT_NE(f, nullptr);
     body(f);
