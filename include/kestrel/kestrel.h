@@ -6,6 +6,9 @@
 #include "globals.h"
 #include "frame.h"
 #include "usrsys.h"
+#include "colour.h"
+#include "postscript.h"
+#include "draw.h"
 #include "util.h"
 #include "canvas.h"
 #endif
