@@ -36,8 +36,12 @@ inline void orthoPolarInverse(const ProjState &s, double &x, double &y, bool nor
     }
     const double yp = north ? -y : y;
     const double a = std::atan2(x, yp);
-    // Divide by the larger of cos a and sin a: y'/cos a = x/sin a = rho.
-    const double r = std::fabs(a) < 0.5 ? yp / std::cos(a) : x / std::sin(a);
+    // y'/cos a = x/sin a = rho. Near the central meridian the cosine is the
+    // divisor; elsewhere the sine, except close to the opposite meridian
+    // (|a| near pi) where sin a goes to zero and x/sin a would lose every
+    // digit (x = 0 there would read as the equator).
+    const double ca = std::cos(a), sa = std::sin(a);
+    const double r = (std::fabs(a) < 0.5 || std::fabs(sa) < std::fabs(ca)) ? yp / ca : x / sa;
     const double lat = clampedAcos(r) * kRadToDeg;
     x = a * kRadToDeg + s.centreLon;
     y = north ? lat : -lat;

@@ -30,7 +30,7 @@ void forward(const ProjState &s, double &x, double &y) {
     const double cosLat = std::cos(lat);
     double px = std::sin(d) * cosLat;
     double py = std::sin(lat) * s.cosCentreLat - std::cos(d) * s.sinCentreLat * cosLat;
-    const double h = visibleLonRange(s, static_cast<float>(latDeg));
+    const double h = visibleLonRange(s, latDeg);
     if (h < 180.0 && (std::fabs(dDeg) > h || h == 0.0)) {
         // Behind the horizon. A point near the centre has no usable
         // direction: it goes to the rim at 45 degrees.
