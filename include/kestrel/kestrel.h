@@ -11,4 +11,5 @@
 #include "draw.h"
 #include "util.h"
 #include "canvas.h"
+#include "projection.h"
 #endif
