@@ -6,6 +6,10 @@
 #include "globals.h"
 #include "frame.h"
 #include "usrsys.h"
+#include "colour.h"
+#include "postscript.h"
+#include "draw.h"
 #include "util.h"
 #include "canvas.h"
+#include "projection.h"
 #endif
