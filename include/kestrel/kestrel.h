@@ -8,4 +8,7 @@
 #include "usrsys.h"
 #include "util.h"
 #include "canvas.h"
+#include "la.h"
+#include "fit.h"
+#include "oa.h"
 #endif
