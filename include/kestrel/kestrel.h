@@ -12,4 +12,8 @@
 #include "util.h"
 #include "canvas.h"
 #include "projection.h"
+#include "la.h"
+#include "fit.h"
+#include "oa.h"
+#include "contour.h"
 #endif
