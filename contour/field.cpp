@@ -1,0 +1,293 @@
+// Whole fields: contour sets with labels, shading, erasing, and the choice of
+// a round contour interval.
+//
+// Shading and erasing paint one rectangle per grid node, the node in its
+// middle and its sides half-way to the neighbouring columns and rows (half
+// cells at the edges). The boundaries live in the shared vertex buffers:
+// x boundaries in the x slots of Vfp, y boundaries in the y slots, their
+// pixels in Vip. With 1500 slots a field may have at most 1499 columns and
+// 1499 rows; a larger one is not drawn.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "contour/internal.h"
+#include "kestrel/colour.h"
+#include "kestrel/contour.h"
+#include "kestrel/draw.h"
+#include "kestrel/frame.h"
+#include "kestrel/postscript.h"
+#include "kestrel/usrsys.h"
+#include "platform/platform.h"
+#include "plot/transform.h"
+
+using namespace kestrel;
+
+namespace {
+
+constexpr int32_t kMaxCells = 1499;
+
+// Batches the lines of one object into few write calls; the file receives
+// exactly the text of the line-by-line formats.
+class Writer {
+public:
+    explicit Writer(KFILE f) : f_(f) {}
+    ~Writer() { flush(); }
+    Writer(const Writer &) = delete;
+    Writer &operator=(const Writer &) = delete;
+    void put(const char *s) {
+        const size_t n = std::strlen(s);
+        room(n);
+        std::memcpy(buf_ + used_, s, n);
+        used_ += n;
+    }
+    template <class... A>
+    void printf(const char *fmt, A... args) {
+        room(256);
+        const int n = std::snprintf(buf_ + used_, sizeof buf_ - used_, fmt, args...);
+        if (n > 0) used_ += std::min(static_cast<size_t>(n), sizeof buf_ - used_ - 1);
+    }
+    void putG(double v) {
+        room(40);
+        used_ += static_cast<size_t>(formatG(buf_ + used_, v));
+    }
+    void putInt(int32_t v) {
+        room(16);
+        char tmp[16];
+        int n = 0;
+        uint32_t u = v < 0 ? 0u - static_cast<uint32_t>(v) : static_cast<uint32_t>(v);
+        do {
+            tmp[n++] = static_cast<char>('0' + u % 10);
+            u /= 10;
+        } while (u);
+        if (v < 0) buf_[used_++] = '-';
+        while (n) buf_[used_++] = tmp[--n];
+    }
+    void flush() {
+        if (used_) plat::fileWrite(f_, buf_, used_);
+        used_ = 0;
+    }
+
+private:
+    void room(size_t n) {
+        if (used_ + n > sizeof buf_) flush();
+    }
+    KFILE f_;
+    size_t used_ = 0;
+    char buf_[1 << 16];
+};
+
+// Cell boundaries of one direction into the x (slot 0) or y (slot 1) of Vfp.
+void boundaries(const float *c, int32_t n, int slot) {
+    Vfp[0][slot] = c[0];
+    for (int32_t k = 1; k < n; ++k) Vfp[k][slot] = static_cast<float>((c[k - 1] + c[k]) * 0.5);
+    Vfp[n][slot] = c[n - 1];
+}
+
+void boundaryPixels(int32_t nx, int32_t ny) {
+    for (int32_t k = 0; k <= nx; ++k) Vip[k][0] = xPixel(Vfp[k][0]);
+    for (int32_t k = 0; k <= ny; ++k) Vip[k][1] = yPixel(Vfp[k][1]);
+}
+
+// The y boundaries as the PostScript array /yg.
+void writeYBoundaries(Writer &w, int32_t ny) {
+    w.put("/yg [\n");
+    for (int32_t k = 0; k < ny; ++k) {
+        w.putG(Vfp[k][1]);
+        w.put("\n");
+    }
+    w.putG(Vfp[ny][1]);
+    w.put("\n] def\n\n");
+}
+
+void deleteBrush(KBRUSH brush, const char *error) {
+    if (brush && !plat::deleteObject(brush)) LogLastError(error, 0);
+}
+
+bool cellsOk(const float *field, const float *xc, int32_t nx, const float *yc, int32_t ny) {
+    return field && xc && yc && nx >= 1 && ny >= 1 && nx <= kMaxCells && ny <= kMaxCells;
+}
+
+// Paints the cells of row j for which paint(i) gives a colour index (or -1
+// for none; painted(i) says the same without the colour), in column order,
+// as FillRect of (x(b_i), y(b_j+1)) to (x(b_i+1) + 1, y(b_j)). A cell whose
+// pixels the next painted cell of the row covers completely is left out, and
+// neighbours of one colour are merged: the picture is the same, with far
+// fewer fills where cells are narrower than a pixel.
+template <class Paint, class Painted, class Brush>
+void paintRow(KDC dc, int32_t j, int32_t nx, Paint &&paint, Painted &&painted, Brush &&brush) {
+    const int32_t top = Vip[j + 1][1], bottom = Vip[j][1];
+    if (top >= bottom) return;  // a cell of no height paints nothing
+    int32_t runColour = -1, runLeft = 0, runRight = 0;
+    auto flush = [&] {
+        if (runColour < 0) return;
+        const plat::Rect r{runLeft, top, runRight, bottom};
+        plat::fillRect(dc, &r, brush(runColour));
+        runColour = -1;
+    };
+    for (int32_t i = 0; i < nx; ++i) {
+        const int32_t left = Vip[i][0], right = Vip[i + 1][0] + 1;
+        // Hidden under the next cell: [left, right) lies inside that cell's
+        // [Vip[i+1], Vip[i+2] + 1).
+        if (i + 1 < nx && left == Vip[i + 1][0] && Vip[i + 2][0] >= Vip[i + 1][0] && painted(i + 1)) continue;
+        const int32_t c = paint(i);
+        if (c < 0) {
+            flush();
+            continue;
+        }
+        if (c == runColour && left >= runLeft && left <= runRight && right >= runRight) {
+            runRight = right;
+            continue;
+        }
+        flush();
+        runColour = c;
+        runLeft = left;
+        runRight = right;
+    }
+    flush();
+}
+
+}  // namespace
+
+extern "C" {
+
+KESTREL_API void KESTREL_CALL ShadeField(const float *field, int32_t /*unused1*/, int32_t /*unused2*/, const float *xc,
+                                         int32_t nx, const float *yc, int32_t ny, float vmin, float vmax, float cm1,
+                                         float cm2, KDC hdc, KFILE psfile) {
+    if (!cellsOk(field, xc, nx, yc, ny)) return;
+    const int32_t every = std::max(ny / 10, 10) + 1;
+    KWND bar = MyProgressBar(100, 1);
+    CMapInitialize(cm1, cm2, vmin, vmax);
+    auto value = [&](int32_t i, int32_t j) { return field[static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i)]; };
+
+    if (hdc) {
+        KPALETTE previous = ActivateMyPalette(hdc);
+        boundaries(xc, nx, 0);
+        boundaries(yc, ny, 1);
+        boundaryPixels(nx, ny);
+        KBRUSH brush = nullptr;
+        int32_t brushColour = -1;
+        int32_t lastColour = -1;
+        auto brushOf = [&](int32_t c) {
+            if (c != brushColour) {
+                deleteBrush(brush, "ERROR:  Brush deletion in ShadeField failed!");
+                SetColor(c);
+                brush = plat::createSolidBrush(mCGS.color);
+                brushColour = c;
+            }
+            return brush;
+        };
+        for (int32_t j = 0; j < ny; ++j) {
+            paintRow(
+                hdc, j, nx, [&](int32_t i) { return CMapCalColor(value(i, j)); }, [](int32_t) { return true; }, brushOf);
+            if (j % every == 0) plat::setProgressPos(bar, 100 * j / ny);
+        }
+        // The current colour is the last cell's, as if every cell was set.
+        lastColour = CMapCalColor(value(nx - 1, ny - 1));
+        SetColor(lastColour);
+        deleteBrush(brush, "ERROR:  Brush deletion in ShadeField failed!");
+        RestorePalette(hdc, previous, "ShadeField");
+    }
+
+    if (psfile) {
+        boundaries(xc, nx, 0);
+        boundaries(yc, ny, 1);
+        Writer w(psfile);
+        w.put("\n%%PS-OBJECT: ShadedField begin\n");
+        writeYBoundaries(w, ny);
+        for (int32_t i = 0; i < nx; ++i) {
+            w.printf("/xll %f def /xur %f def 0\n", static_cast<double>(Vfp[i][0]), static_cast<double>(Vfp[i + 1][0]));
+            for (int32_t j = 0; j < ny; ++j) {
+                w.putInt(CMapCalColor(value(i, j)));
+                w.put(" G\n");
+            }
+            w.put("pop\n");
+            if (i % every == 0) plat::setProgressPos(bar, 100 * i / nx);
+        }
+        w.put("%%PS-OBJECT: ShadedField end\n\n");
+    }
+    plat::destroyWindow(bar);
+}
+
+KESTREL_API void KESTREL_CALL EraseField(const float *field, float threshold, const float *xc, int32_t nx,
+                                         const float *yc, int32_t ny, int32_t colour, KDC hdc, KFILE psfile) {
+    if (!field || !cellsOk(field, xc, nx, yc, ny)) return;
+    auto value = [&](int32_t i, int32_t j) { return field[static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i)]; };
+    boundaries(xc, nx, 0);
+    boundaries(yc, ny, 1);
+    if (hdc) {
+        KPALETTE previous = ActivateMyPalette(hdc);
+        boundaryPixels(nx, ny);
+        SetColor(colour);
+        KBRUSH brush = plat::createSolidBrush(mCGS.color);
+        for (int32_t j = 0; j < ny; ++j)
+            paintRow(
+                hdc, j, nx, [&](int32_t i) { return value(i, j) > threshold ? 0 : -1; },
+                [&](int32_t i) { return value(i, j) > threshold; }, [&](int32_t) { return brush; });
+        deleteBrush(brush, "ERROR:  Brush deletion in EraseField failed!");
+        RestorePalette(hdc, previous, "EraseField");
+    }
+    if (psfile) {
+        Writer w(psfile);
+        w.put("\n%%PS-OBJECT: ErasedField begin\n\n");
+        w.flush();
+        PSSetColor(psfile, colour);
+        w.put("\n");
+        writeYBoundaries(w, ny);
+        for (int32_t i = 0; i < nx; ++i) {
+            w.printf("/xll %f def /xur %f def\n", static_cast<double>(Vfp[i][0]), static_cast<double>(Vfp[i + 1][0]));
+            for (int32_t j = 0; j < ny; ++j) {
+                if (value(i, j) > threshold) {
+                    w.putInt(j);
+                    w.put(" E\n");
+                }
+            }
+        }
+        w.put("%%PS-OBJECT: ErasedField end\n\n");
+    }
+}
+
+KESTREL_API int32_t KESTREL_CALL CTSelectLines(float v1, float v2, int32_t wanted, float reference, float *start,
+                                               float *step, float *end) {
+    double s0 = 1.0, st = 1.0, e0 = 0.0;
+    auto store = [&] {
+        if (start) *start = static_cast<float>(s0);
+        if (step) *step = static_cast<float>(st);
+        if (end) *end = static_cast<float>(e0);
+    };
+    const double a = CMapCalZval(v1), b = CMapCalZval(v2);
+    const double d = std::fabs(a - b);
+    if (d == 0.0 || !std::isfinite(d)) {
+        store();
+        return 0;
+    }
+    const double p = std::pow(10.0, std::floor(std::log10(d) - 0.5));
+    const double kd = d / p;
+    const int64_t k = kd < 9e18 ? static_cast<int64_t>(kd) : INT64_MAX;
+    if (k < 2)
+        st = p * 0.5;
+    else if (k <= int64_t{wanted} - 1)
+        st = p;
+    else if (k <= int64_t{wanted} + 2)
+        st = 2 * p;
+    else
+        st = 5 * p;
+    if (b > a) {
+        s0 = std::floor(a / st) * st;
+        e0 = std::ceil(b / st) * st;
+    } else {
+        s0 = std::ceil(a / st) * st;
+        e0 = std::floor(b / st) * st;
+    }
+    if (b - a < 0) st = -st;
+    const double md = (reference - s0) / st;
+    int32_t m = 0;
+    if (std::isfinite(md) && std::fabs(md) < 2e9) m = static_cast<int32_t>(md) + 1;
+    if (m >= 1) s0 += m * st;
+    store();
+    return m;
+}
+
+}  // extern "C"
