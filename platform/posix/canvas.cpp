@@ -375,8 +375,18 @@ double applyFont(KCanvas *c) {
     cairo_select_font_face(cr, face.c_str(), f->italic ? CAIRO_FONT_SLANT_ITALIC : CAIRO_FONT_SLANT_NORMAL,
                            f->weight >= 600 ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
     // GDI: a negative height is the character (em) height, a positive one the
-    // cell height (ascent + descent), about 1.15 em for the Arial metrics.
-    double em = f->height < 0 ? -f->height : f->height > 0 ? f->height / 1.149 : 16.0;
+    // cell height (ascent + descent) of the face at hand, about 1.15 em for
+    // the Arial metrics but more or less for others (the symbol face).
+    double em = 16.0;
+    if (f->height < 0) {
+        em = -f->height;
+    } else if (f->height > 0) {
+        cairo_set_font_size(cr, 100.0);
+        cairo_font_extents_t unit;
+        cairo_font_extents(cr, &unit);
+        const double cell = (unit.ascent + unit.descent) / 100.0;
+        em = f->height / (cell > 0.5 && cell < 3.0 ? cell : 1.149);
+    }
     cairo_set_font_size(cr, em);
     cairo_font_options_t *opt = cairo_font_options_create();
     cairo_font_options_set_antialias(opt, CAIRO_ANTIALIAS_GRAY);
