@@ -6,6 +6,7 @@
 #include <string>
 
 #include "kestrel/kestrel.h"
+#include "common/picture.h"
 #include "common/testing.h"
 
 namespace kt {
