@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -291,3 +292,61 @@ KESTREL_API int32_t KESTREL_CALL CTSelectLines(float v1, float v2, int32_t wante
 }
 
 }  // extern "C"
+
+extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float *xc, int32_t nx, const float *yc,
+                                                      int32_t ny, const KContourLevel *levels, int32_t levelCount,
+                                                      KDC hdc, KFILE psfile) {
+    if (!levels || levelCount < 0) levelCount = 0;
+    KWND bar = MyProgressBar(100, 1);
+    labelRandomSeed(1);
+    labelRandom();
+    auto *labels = static_cast<KContourLabel *>(std::calloc(KESTREL_MAX_CONTOUR_LABELS, sizeof(KContourLabel)));
+    if (!labels) {
+        plat::messageBox(hWnd, "Could not allocate space for contour labels.", "ContourField ...",
+                         plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
+        return;
+    }
+    int32_t count = 0;
+    const int32_t entryColour = mCGS.colorState[0];
+    if (psfile) plat::fileWriteText(psfile, "\n%%PS-OBJECT: ContourLines begin\n");
+    auto index = [](int32_t v, int32_t n) { return v >= 0 && v < n ? v : 0; };
+    for (int32_t k = 0; k < levelCount; ++k) {
+        plat::setProgressPos(bar, static_cast<int>(int64_t{100} * k / levelCount));
+        const KContourLevel &L = levels[k];
+        if (hdc) {
+            KPALETTE previous = ActivateMyPalette(hdc);
+            SetColor(L.colour);
+            float length = 0.0f;
+            KPEN pen = plat::createPen(lStyle[index(L.style, 5)], PixelLineWidth(L.width, &length), mCGS.color);
+            hOP = static_cast<KPEN>(plat::selectObject(hdc, pen));
+            plat::setBkMode(hdc, plat::BkTransparent);
+            ContourLine(hdc, nullptr, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,
+                        L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
+            RestorePen(hdc, "ContourField");
+            RestorePalette(hdc, previous, "ContourField");
+        }
+        if (psfile) {
+            PSSetColor(psfile, L.colour);
+            char line[100];
+            std::snprintf(line, sizeof line, "%s %s\n", szPSlWidth[index(L.width, 6)], szPSlStyle[index(L.style, 5)]);
+            plat::fileWriteText(psfile, line);
+            ContourLine(nullptr, psfile, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,
+                        hdc ? 0 : L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
+        }
+    }
+    if (hdc) {
+        CToutlbl(hdc, nullptr, labels, count);
+        SetColor(entryColour);
+        if (mCGS.frame) FrameVWP(hdc, 0);
+    }
+    if (psfile) {
+        plat::fileWriteText(psfile, "%%PS-OBJECT: ContourLines end\n\n%%PS-OBJECT: ContourLabels begin\n");
+        CToutlbl(nullptr, psfile, labels, count);
+        char line[200];
+        std::snprintf(line, sizeof line, "\n0 setgray %s %s\n%%%%PS-OBJECT: ContourLabels end\n\n", szPSlStyle[0],
+                      szPSlWidth[0]);
+        plat::fileWriteText(psfile, line);
+    }
+    std::free(labels);
+    plat::destroyWindow(bar);
+}

@@ -125,6 +125,43 @@ KESTREL_API int32_t KESTREL_CALL ContourLine(KDC hdc, KFILE psfile, float *field
                                              int32_t style, int32_t width, int32_t labelFactor, int32_t labelColour,
                                              int32_t labelSize, int32_t labelFill);
 
+/* ---- Whole fields ----------------------------------------------------------- */
+
+/* Draws the levels in array order on hdc and as the PostScript objects
+ * "ContourLines" and "ContourLabels" in psfile (either may be null), then
+ * all labels, so that no line crosses a label. Label positions repeat from
+ * one drawing of a field to the next (the label generator is reseeded).
+ * Shows a progress bar. The field is modified as ContourLine says. */
+KESTREL_API void KESTREL_CALL ContourField(float *field, const float *xcoords, int32_t nx, const float *ycoords,
+                                           int32_t ny, const KContourLevel *levels, int32_t levelCount, KDC hdc,
+                                           KFILE psfile);
+
+/* Paints every grid cell in the colour CMapCalColor gives its node, on hdc
+ * and as the PostScript object "ShadedField"; cells end half-way to the
+ * neighbouring nodes and at the outermost nodes. The colour map is first
+ * initialised with CMapInitialize(cm1, cm2, vmin, vmax), in that order, and
+ * stays so. unused1 and unused2 are ignored. At most 1499 columns and 1499
+ * rows (nothing is drawn for a larger field). */
+KESTREL_API void KESTREL_CALL ShadeField(const float *field, int32_t unused1, int32_t unused2, const float *xcoords,
+                                         int32_t nx, const float *ycoords, int32_t ny, float vmin, float vmax,
+                                         float cm1, float cm2, KDC hdc, KFILE psfile);
+
+/* Paints the cells whose value is greater than threshold (equal is kept) in
+ * colour index colour, on hdc and as the PostScript object "ErasedField".
+ * Nothing for a null field; the size limits of ShadeField apply. */
+KESTREL_API void KESTREL_CALL EraseField(const float *field, float threshold, const float *xcoords, int32_t nx,
+                                         const float *ycoords, int32_t ny, int32_t colour, KDC hdc, KFILE psfile);
+
+/* A round contour interval for the colour-map fractions v1 and v2 (mapped to
+ * values by CMapCalZval) with about wanted lines: *step is 0.5, 1, 2 or 5
+ * times a power of ten, signed like v2 - v1; *start and *end are multiples of
+ * it outside the range. A reference value moves the start to the first
+ * multiple of the step beyond it: returns m = trunc((reference - start) /
+ * step) + 1, the steps moved when at least 1. Equal values give start 1,
+ * step 1, end 0 and return 0. */
+KESTREL_API int32_t KESTREL_CALL CTSelectLines(float v1, float v2, int32_t wanted, float reference, float *start,
+                                               float *step, float *end);
+
 KESTREL_EXTERN_C_END
 
 #endif /* KESTREL_CONTOUR_H */
