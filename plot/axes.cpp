@@ -28,11 +28,13 @@ kestrel::MapAxisStyle kestrel::gMapAxisStyle = {nullptr, nullptr, nullptr, nullp
 
 namespace {
 
-// What every axis routine saves on entry and restores on exit.
+// What every axis routine saves on entry and restores on exit. Ticks and
+// labels lie outside the viewport, so drawing is unclipped meanwhile.
 class SavedTextState {
 public:
     explicit SavedTextState(KDC dc) : dc_(dc), lorg_(mCGS.lorg), fill_(mCGS.fill), boxFrame_(mCGS.boxFrame) {
         mCGS.boxFrame = 0;
+        ClipVWP(dc, 0);
     }
     ~SavedTextState() {
         SetLorgVal(dc_, lorg_);
