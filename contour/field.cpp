@@ -117,10 +117,16 @@ bool cellsOk(const float *field, const float *xc, int32_t nx, const float *yc, i
 // pixels the next painted cell of the row covers completely is left out, and
 // neighbours of one colour are merged: the picture is the same, with far
 // fewer fills where cells are narrower than a pixel.
+//
+// Rectangles are filled as given in user order: with y growing downwards (a
+// section in depth) or x to the left, top and bottom (left and right) come
+// reversed, and the rectangle covers the rows (columns) between them, as
+// GDI's fill of a reversed rectangle does.
 template <class Paint, class Painted, class Brush>
 void paintRow(KDC dc, int32_t j, int32_t nx, Paint &&paint, Painted &&painted, Brush &&brush) {
-    const int32_t top = Vip[j + 1][1], bottom = Vip[j][1];
-    if (top >= bottom) return;  // a cell of no height paints nothing
+    int32_t top = Vip[j + 1][1], bottom = Vip[j][1];
+    if (top > bottom) std::swap(top, bottom);
+    if (top == bottom) return;  // a cell of no height paints nothing
     int32_t runColour = -1, runLeft = 0, runRight = 0;
     auto flush = [&] {
         if (runColour < 0) return;
@@ -129,17 +135,18 @@ void paintRow(KDC dc, int32_t j, int32_t nx, Paint &&paint, Painted &&painted, B
         runColour = -1;
     };
     for (int32_t i = 0; i < nx; ++i) {
-        const int32_t left = Vip[i][0], right = Vip[i + 1][0] + 1;
+        int32_t left = Vip[i][0], right = Vip[i + 1][0] + 1;
         // Hidden under the next cell: [left, right) lies inside that cell's
         // [Vip[i+1], Vip[i+2] + 1).
         if (i + 1 < nx && left == Vip[i + 1][0] && Vip[i + 2][0] >= Vip[i + 1][0] && painted(i + 1)) continue;
+        if (left > right) std::swap(left, right);
         const int32_t c = paint(i);
         if (c < 0) {
             flush();
             continue;
         }
-        if (c == runColour && left >= runLeft && left <= runRight && right >= runRight) {
-            runRight = right;
+        if (c == runColour && left >= runLeft && left <= runRight) {
+            runRight = std::max(runRight, right);
             continue;
         }
         flush();

@@ -1,5 +1,6 @@
 // Whole fields: shading and erasing on the canvas and in PostScript, contour
 // sets with their labels, and the contour interval.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <random>
@@ -127,7 +128,11 @@ TEST_F(FieldTest, ShadingEqualsOneFillPerCell) {
         for (auto &v : g.x) v = (x += 0.2f + u(rng));
         for (auto &v : g.y) v = (y += 0.2f + u(rng));
         for (size_t k = 0; k < g.z.size(); ++k) g.z[k] = (k % 7 == 0) ? u(rng) : std::round(u(rng) * 3) / 3;
-        system(g.x.front(), g.x.back(), g.y.front(), g.y.back());
+        // Rounds 1 and 3 put y downwards, as a section in depth.
+        if (round % 2)
+            system(g.x.front(), g.x.back(), g.y.back(), g.y.front());
+        else
+            system(g.x.front(), g.x.back(), g.y.front(), g.y.back());
         InitmemDC();
         ShadeField(g.z.data(), 0, 0, g.x.data(), nx, g.y.data(), ny, -1.0f, 1.5f, 0.0f, 1.0f, dc, nullptr);
         const kt::Image got = kt::pictureImage(dc);
@@ -146,7 +151,9 @@ TEST_F(FieldTest, ShadingEqualsOneFillPerCell) {
             for (int32_t i = 0; i < nx; ++i) {
                 SetColor(CMapCalColor(g.at(i, j)));
                 KBRUSH b = kestrel::plat::createSolidBrush(mCGS.color);
-                const kestrel::plat::Rect r{px(bx[i]), py(by[j + 1]), px(bx[i + 1]) + 1, py(by[j])};
+                // A reversed rectangle covers the rows between its edges.
+                const int t = std::min(py(by[j + 1]), py(by[j])), btm = std::max(py(by[j + 1]), py(by[j]));
+                const kestrel::plat::Rect r{px(bx[i]), t, px(bx[i + 1]) + 1, btm};
                 kestrel::plat::fillRect(dc, &r, b);
                 kestrel::plat::deleteObject(b);
             }
