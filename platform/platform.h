@@ -137,6 +137,9 @@ bool fillRect(KDC dc, const Rect *r, KBRUSH brush);
 KCOLORREF setPixel(KDC dc, int x, int y, KCOLORREF colour);
 KCOLORREF getPixel(KDC dc, int x, int y);  // kInvalidColor outside the picture or clip
 int setPolyFillMode(KDC dc, int mode);
+// FillRect of each of n rectangles with one brush, in one call (the same
+// picture as n calls of fillRect; one path on the canvas).
+bool fillRects(KDC dc, const Rect *rects, int n, KBRUSH brush);
 
 // Paths.
 bool beginPath(KDC dc);

@@ -709,6 +709,23 @@ int setPolyFillMode(KDC c, int mode) {
     return old;
 }
 
+bool fillRects(KDC c, const Rect *rects, int n, KBRUSH brush) {
+    if (!c || (!rects && n > 0) || !brush) return false;
+    Object *b = obj(brush);
+    if (b->null || n <= 0) return true;
+    cairo_save(c->cr);
+    setSource(c->cr, b->colour);
+    // Rectangles of one colour: their union, whatever overlaps.
+    cairo_set_fill_rule(c->cr, CAIRO_FILL_RULE_WINDING);
+    for (int i = 0; i < n; ++i) {
+        const Rect &r = rects[i];
+        if (r.right > r.left && r.bottom > r.top) cairo_rectangle(c->cr, r.left, r.top, r.right - r.left, r.bottom - r.top);
+    }
+    cairo_fill(c->cr);
+    cairo_restore(c->cr);
+    return true;
+}
+
 bool beginPath(KDC c) {
     if (!c) return false;
     c->recording = true;
