@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "kestrel/kestrel.h"
+#include "section.h"
 
 #ifndef KESTREL_SOURCE_DIR
 #define KESTREL_SOURCE_DIR "."
@@ -23,7 +24,9 @@ int usage(std::FILE *to) {
                  "          (default NAME kestrel-demo)\n"
                  "  --preamble FILE  PostScript preamble (default: kestrel.ps next to the program,\n"
                  "                   ../share/kestrel/kestrel.ps, or data/preamble/kestrel.ps of the source tree)\n"
-                 "  --palette FILE   palette file (default: the built-in palette)\n");
+                 "  --palette FILE   palette file (default: the built-in palette)\n"
+                 "%s",
+                 kSectionUsage);
     return to == stderr ? 2 : 0;
 }
 
@@ -157,6 +160,8 @@ int main(int argc, char **argv) {
     if (argc < 2) return usage(stderr);
     const std::string cmd = argv[1];
     if (cmd == "--help" || cmd == "-h" || cmd == "help") return usage(stdout);
+    if (cmd == "section")
+        return sectionMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
     std::string out = "kestrel-demo", preamble, palette;
     for (int i = 2; i < argc; ++i) {
         if (std::strcmp(argv[i], "-o") == 0 && i + 1 < argc) {
