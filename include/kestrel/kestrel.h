@@ -8,4 +8,5 @@
 #include "usrsys.h"
 #include "util.h"
 #include "canvas.h"
+#include "projection.h"
 #endif
