@@ -8,4 +8,7 @@
 #include "usrsys.h"
 #include "util.h"
 #include "canvas.h"
+#include "seawater.h"
+#include "gas.h"
+#include "rootsearch.h"
 #endif
