@@ -18,13 +18,13 @@ inline int32_t at(const int16_t *table, int32_t position) { return table[positio
 // Integer degree of a coordinate: truncated, and lowered by one for a negative
 // coordinate whose first two decimals exceed 50. The decimals are taken in
 // single precision, so that a float holding -2.51 (really -2.50999999) counts
-// as 51, as the user typed it. The named float forces the rounding even where
-// the compiler keeps wider intermediates (x87).
+// as 51, as the user typed it. The volatile float forces that rounding where
+// the compiler would keep a wider intermediate (x87 on 32-bit Windows).
 int32_t integerDegree(float x) {
     const float whole = std::trunc(x);
     int32_t degree = static_cast<int32_t>(whole);
     if (x < 0.0f) {
-        const float decimals = std::fabs(x - whole) * 100.0f;
+        const volatile float decimals = std::fabs(x - whole) * 100.0f;
         if (static_cast<int32_t>(decimals) > 50) --degree;
     }
     return degree;
