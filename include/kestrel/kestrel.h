@@ -9,4 +9,7 @@
 #include "util.h"
 #include "canvas.h"
 #include "projection.h"
+#include "seawater.h"
+#include "gas.h"
+#include "rootsearch.h"
 #endif
