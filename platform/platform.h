@@ -50,7 +50,8 @@ constexpr KCOLORREF kInvalidColor = 0xFFFFFFFFu;
 enum : int { PenSolid = 0, PenDash = 1, PenDot = 2, PenDashDot = 3, PenDashDotDot = 4, PenNull = 5 };
 enum : int {
     StockWhiteBrush = 0, StockLtGrayBrush = 1, StockGrayBrush = 2, StockDkGrayBrush = 3,
-    StockBlackBrush = 4, StockNullBrush = 5, StockWhitePen = 6, StockBlackPen = 7, StockNullPen = 8
+    StockBlackBrush = 4, StockNullBrush = 5, StockWhitePen = 6, StockBlackPen = 7, StockNullPen = 8,
+    StockSystemFont = 13
 };
 enum : int { BkTransparent = 1, BkOpaque = 2 };
 enum : int { FillAlternate = 1, FillWinding = 2 };

@@ -136,12 +136,50 @@ bool dashOn(KCanvas *c) {
 // Floor division for a positive divisor.
 inline int64_t floorDiv(int64_t a, int64_t b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
 
+// Cuts a segment that reaches far beyond the canvas down to the part near
+// it, so that the pixel walk below stays proportional to the canvas and not
+// to the coordinates (a wild coordinate must not stall the drawing). Pixels
+// on the canvas keep their place up to one step of the walk. Returns false
+// when nothing of the segment comes near the canvas.
+bool clipLongLine(const KCanvas *c, int &x0, int &y0, int &x1, int &y1, bool &keepLast) {
+    const double limit = 4.0 * (c->w + c->h) + 16;
+    const double dx = static_cast<double>(x1) - x0, dy = static_cast<double>(y1) - y0;
+    if (std::fabs(dx) <= limit && std::fabs(dy) <= limit) return true;
+    // Liang-Barsky against the canvas widened by two pixels.
+    double t0 = 0, t1 = 1;
+    const double lo[2] = {-2.0, -2.0}, hi[2] = {c->w + 2.0, c->h + 2.0};
+    const double p0[2] = {static_cast<double>(x0), static_cast<double>(y0)}, d[2] = {dx, dy};
+    for (int k = 0; k < 2; ++k) {
+        if (d[k] == 0) {
+            if (p0[k] < lo[k] || p0[k] > hi[k]) return false;
+            continue;
+        }
+        double ta = (lo[k] - p0[k]) / d[k], tb = (hi[k] - p0[k]) / d[k];
+        if (ta > tb) std::swap(ta, tb);
+        t0 = std::max(t0, ta);
+        t1 = std::min(t1, tb);
+        if (t0 > t1) return false;
+    }
+    keepLast = t1 < 1;  // the excluded end pixel lies beyond the cut
+    const int nx0 = static_cast<int>(std::lround(p0[0] + t0 * dx)), ny0 = static_cast<int>(std::lround(p0[1] + t0 * dy));
+    x1 = static_cast<int>(std::lround(p0[0] + t1 * dx));
+    y1 = static_cast<int>(std::lround(p0[1] + t1 * dy));
+    x0 = nx0;
+    y0 = ny0;
+    return true;
+}
+
 // One-pixel line from (x0, y0) to (x1, y1), last pixel excluded, painted as
 // runs of unit squares. Each step along the major axis takes the minor
 // coordinate of the ideal line rounded to the nearest pixel, a tie going to
 // the smaller coordinate whatever the direction: that is the pixel choice of
 // GDI's cosmetic lines (checked pixel for pixel against it in the tests).
 void cosmeticLine(KCanvas *c, int x0, int y0, int x1, int y1) {
+    bool keepLast = false;
+    if (!clipLongLine(c, x0, y0, x1, y1, keepLast)) return;
+    if (keepLast) {
+        cairo_rectangle(c->cr, x1, y1, 1, 1);
+    }
     cairo_t *cr = c->cr;
     const int64_t dx = x1 - x0, dy = y1 - y0;
     const bool xMajor = std::llabs(dx) >= std::llabs(dy);
@@ -238,17 +276,110 @@ void setClipFromFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &fi
     cairo_clip(cr);
 }
 
+// The host's text is single-byte: Windows-1252 for text faces, the Symbol
+// font's own encoding for the "Symbol" face. Cairo wants UTF-8, and an
+// invalid sequence would put the whole context into an error state, so
+// every byte is converted here.
+void appendUtf8(std::string &out, unsigned cp) {
+    if (cp < 0x80) {
+        out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+}
+
+unsigned cp1252(unsigned char b) {
+    static const unsigned high[32] = {0x20AC, 0xFFFD, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
+                                      0x02C6, 0x2030, 0x0160, 0x2039, 0x0152, 0xFFFD, 0x017D, 0xFFFD,
+                                      0xFFFD, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
+                                      0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0xFFFD, 0x017E, 0x0178};
+    return (b >= 0x80 && b < 0xA0) ? high[b - 0x80] : b;
+}
+
+unsigned symbolFont(unsigned char b) {
+    // Letters A..Z and a..z of the Symbol encoding are the Greek alphabet.
+    static const unsigned upper[26] = {0x391, 0x392, 0x3A7, 0x394, 0x395, 0x3A6, 0x393, 0x397, 0x399,
+                                       0x3D1, 0x39A, 0x39B, 0x39C, 0x39D, 0x39F, 0x3A0, 0x398, 0x3A1,
+                                       0x3A3, 0x3A4, 0x3A5, 0x3C2, 0x3A9, 0x39E, 0x3A8, 0x396};
+    static const unsigned lower[26] = {0x3B1, 0x3B2, 0x3C7, 0x3B4, 0x3B5, 0x3C6, 0x3B3, 0x3B7, 0x3B9,
+                                       0x3D5, 0x3BA, 0x3BB, 0x3BC, 0x3BD, 0x3BF, 0x3C0, 0x3B8, 0x3C1,
+                                       0x3C3, 0x3C4, 0x3C5, 0x3D6, 0x3C9, 0x3BE, 0x3C8, 0x3B6};
+    if (b >= 'A' && b <= 'Z') return upper[b - 'A'];
+    if (b >= 'a' && b <= 'z') return lower[b - 'a'];
+    switch (b) {
+    case 0x22: return 0x2200;  // for all
+    case 0x24: return 0x2203;  // there exists
+    case 0x27: return 0x220B;
+    case 0x2A: return 0x2217;
+    case 0x2D: return 0x2212;  // minus
+    case 0x40: return 0x2245;
+    case 0x5C: return 0x2234;
+    case 0x5E: return 0x22A5;
+    case 0x60: return 0xF8E5;
+    case 0xA1: return 0x03D2;
+    case 0xA2: return 0x2032;
+    case 0xA3: return 0x2264;
+    case 0xA5: return 0x221E;
+    case 0xB0: return 0x00B0;
+    case 0xB1: return 0x00B1;
+    case 0xB2: return 0x2033;
+    case 0xB3: return 0x2265;
+    case 0xB4: return 0x00D7;
+    case 0xB5: return 0x221D;
+    case 0xB6: return 0x2202;
+    case 0xB7: return 0x2022;
+    case 0xB8: return 0x00F7;
+    case 0xB9: return 0x2260;
+    case 0xBA: return 0x2261;
+    case 0xBB: return 0x2248;
+    case 0xD6: return 0x221A;
+    case 0xE5: return 0x2211;
+    default: return b < 0x80 ? b : 0xFFFD;
+    }
+}
+
+std::string toUtf8(const Object *font, const char *text, int n) {
+    const bool symbol = font && font->face == "Symbol";
+    std::string out;
+    out.reserve(static_cast<size_t>(n) * 2);
+    for (int i = 0; i < n; ++i) {
+        const auto b = static_cast<unsigned char>(text[i]);
+        if (b == 0) break;
+        appendUtf8(out, symbol ? symbolFont(b) : cp1252(b));
+    }
+    return out;
+}
+
 // Font selection on the Cairo context for the canvas' current font.
 // Returns the escapement angle in radians (counter-clockwise positive).
 double applyFont(KCanvas *c) {
     const Object *f = c->font;
     cairo_t *cr = c->cr;
     std::string face = f->face.empty() ? "Arial" : f->face;
+    // Symbol-face text arrives here as Unicode (see toUtf8); the symbol fonts
+    // fontconfig offers keep their glyphs under the symbol encoding instead,
+    // so the Greek and mathematical characters come from a Unicode face.
+    if (face == "Symbol") face = "Liberation Serif";
     cairo_select_font_face(cr, face.c_str(), f->italic ? CAIRO_FONT_SLANT_ITALIC : CAIRO_FONT_SLANT_NORMAL,
                            f->weight >= 600 ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
     // GDI: a negative height is the character (em) height, a positive one the
-    // cell height (ascent + descent), about 1.15 em for the Arial metrics.
-    double em = f->height < 0 ? -f->height : f->height > 0 ? f->height / 1.149 : 16.0;
+    // cell height (ascent + descent) of the face at hand, about 1.15 em for
+    // the Arial metrics but more or less for others (the symbol face).
+    double em = 16.0;
+    if (f->height < 0) {
+        em = -f->height;
+    } else if (f->height > 0) {
+        cairo_set_font_size(cr, 100.0);
+        cairo_font_extents_t unit;
+        cairo_font_extents(cr, &unit);
+        const double cell = (unit.ascent + unit.descent) / 100.0;
+        em = f->height / (cell > 0.5 && cell < 3.0 ? cell : 1.149);
+    }
     cairo_set_font_size(cr, em);
     cairo_font_options_t *opt = cairo_font_options_create();
     cairo_font_options_set_antialias(opt, CAIRO_ANTIALIAS_GRAY);
@@ -307,6 +438,18 @@ KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
     return r | (g << 8) | (b << 16);
 }
 
+KESTREL_API void KESTREL_CALL KCanvasSelectBrush(KDC c, KCOLORREF colour) {
+    if (!c) return;
+    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, kestrel::plat::createSolidBrush(colour));
+    kestrel::plat::deleteObject(old);  // stock objects are never deleted
+}
+
+KESTREL_API void KESTREL_CALL KCanvasSelectPen(KDC c, int32_t style, int32_t width, KCOLORREF colour) {
+    if (!c) return;
+    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, kestrel::plat::createPen(style, width, colour));
+    kestrel::plat::deleteObject(old);
+}
+
 KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC c) { return c ? c->w : 0; }
 KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC c) { return c ? c->h : 0; }
 
@@ -318,6 +461,7 @@ namespace kestrel::plat {
 
 GdiObj getStockObject(int which) {
     if (which >= 0 && which <= StockNullPen) return &g_stock[which];
+    if (which == StockSystemFont) return &g_systemFont;
     return nullptr;
 }
 
@@ -651,7 +795,7 @@ int setBkMode(KDC c, int mode) {
 
 bool textOut(KDC c, int x, int y, const char *text, int n) {
     if (!c || !text || n < 0) return false;
-    std::string s(text, static_cast<size_t>(n));
+    const std::string s = toUtf8(c->font, text, n);
     cairo_t *cr = c->cr;
     cairo_save(cr);
     double angle = applyFont(c);
@@ -694,7 +838,7 @@ bool textOut(KDC c, int x, int y, const char *text, int n) {
 
 bool textExtent(KDC c, const char *text, int n, Size *size) {
     if (!c || !text || n < 0 || !size) return false;
-    std::string s(text, static_cast<size_t>(n));
+    const std::string s = toUtf8(c->font, text, n);
     cairo_save(c->cr);
     applyFont(c);
     cairo_font_extents_t fe;

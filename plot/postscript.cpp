@@ -1,0 +1,202 @@
+// PostScript output: opening a file with the host's preamble, the screen
+// dump, colours, the colour table and string escaping.
+//
+// The library writes no PostScript prolog of its own: the procedures its
+// objects call (UsrSys, M, L, S, C, T, G, showstring, ...) come from the
+// preamble file the host names, which PSOpenFile copies into the output.
+// Every text is written with one plain write per line; write results are
+// not checked.
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "kestrel/frame.h"
+#include "kestrel/postscript.h"
+#include "kestrel/usrsys.h"
+#include "kestrel/util.h"
+#include "platform/platform.h"
+
+using namespace kestrel;
+
+namespace {
+
+void write(KFILE f, const char *text) { plat::fileWriteText(f, text); }
+
+// The text of one PSOutPix run into buf (empty for count < 1); its length.
+int formatRun(char *buf, size_t size, int32_t count, KCOLORREF colour) {
+    buf[0] = '\0';
+    if (count < 1) return 0;
+    const float k = 0.003921569f;
+    const double r = static_cast<float>(colour & 0xFF) * k;
+    const double g = static_cast<float>((colour >> 8) & 0xFF) * k;
+    const double b = static_cast<float>((colour >> 16) & 0xFF) * k;
+    const int n = count == 1 ? std::snprintf(buf, size, "%5.3f %5.3f %5.3f c\n", r, g, b)
+                             : std::snprintf(buf, size, "%d %5.3f %5.3f %5.3f C\n", count, r, g, b);
+    return n < 0 ? 0 : n;
+}
+
+// Collects the runs of one picture row, so that a row costs one write and
+// not one per run; the file receives exactly the text PSOutPix would write.
+class RowBuffer {
+public:
+    explicit RowBuffer(KFILE f) : file_(f) {}
+    ~RowBuffer() { flush(); }
+    RowBuffer(const RowBuffer &) = delete;
+    RowBuffer &operator=(const RowBuffer &) = delete;
+    void run(int32_t count, KCOLORREF colour) {
+        if (size_ + 64 > sizeof buf_) flush();
+        size_ += static_cast<size_t>(formatRun(buf_ + size_, sizeof buf_ - size_, count, colour));
+    }
+    void text(const char *s) {
+        const size_t n = std::strlen(s);
+        if (size_ + n > sizeof buf_) flush();
+        std::memcpy(buf_ + size_, s, n);
+        size_ += n;
+    }
+    void flush() {
+        if (size_) plat::fileWrite(file_, buf_, size_);
+        size_ = 0;
+    }
+
+private:
+    KFILE file_;
+    size_t size_ = 0;
+    char buf_[16384];
+};
+
+}  // namespace
+
+extern "C" {
+
+KESTREL_API KFILE KESTREL_CALL PSOpenFile(const char *psFileName, const char *preambleFileName,
+                                          const char *textBefore, const char *textAfter, int32_t eps) {
+    const unsigned box = plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal;
+    if (preambleFileName && !IsFileExisting(preambleFileName)) {
+        const std::string text = std::string("PS-Preamble ") + preambleFileName +
+                                 " not Found!\n\nNo PostScript File will be Written.";
+        plat::messageBox(hWnd, text.c_str(), "Opening PostScript File", box);
+        return nullptr;
+    }
+    KFILE file = psFileName ? plat::fileCreate(psFileName) : nullptr;
+    if (!file) {
+        const std::string text = std::string("Could not Open ") + (psFileName ? psFileName : "");
+        plat::messageBox(hWnd, text.c_str(), "Opening PostScript File", box);
+        return nullptr;
+    }
+    write(file, eps ? "%!PS-Adobe-3.0 EPSF-3.0\n" : "%!PS-Adobe-3.0\n");
+    if (textBefore) write(file, textBefore);
+    InsertFile(file, preambleFileName);
+    if (textAfter) write(file, textAfter);
+    return file;
+}
+
+KESTREL_API void KESTREL_CALL PSOutPix(KFILE file, int32_t count, KCOLORREF colour) {
+    if (!file) return;
+    char line[96];
+    if (formatRun(line, sizeof line, count, colour) > 0) write(file, line);
+}
+
+KESTREL_API int32_t KESTREL_CALL PSDumpScreen(KDC dc, const char *preambleFileName, const char *psFileName) {
+    if (!dc || Vbmp_size_cx < 0 || Vbmp_size_cy < 0) return 0;
+    const float w = static_cast<float>(Vbmp_size_cx) + 1.0f, h = static_cast<float>(Vbmp_size_cy) + 1.0f;
+    const float s = (28.0f / w < 19.0f / h) ? 28.0f / w : 19.0f / h;
+    char before[300];
+    // The bounding box is fixed whatever the picture's size.
+    std::snprintf(before, sizeof before,
+                  "%%%%Pages: 1\n%%%%DocumentFonts: Helvetica-Bold Helvetica\n%%%%BoundingBox: %d %d %d %d\n"
+                  "%%%%EndComments\n\n",
+                  50, 50, 500, 700);
+    static const char after[] =
+        "\n%%Page: 1 1\n%%PageOrientation: Landscape\nBeginPlot\n\n/usrrot? true def /frame? false def\n\n"
+        "/N { 1 add exch pop 0 exch } def\n/f { 2 copy np M 1 0 RL 0 1 RL -1 0\n"
+        "     RL 0 -1 RL fill exch 1 add exch } def\n/F { 3 copy 3 1 roll np M 0 RL 0 1 RL dup -1 mul\n"
+        "     0 RL 0 -1 RL fill 3 -1 roll add exch } def\n/c { S f } def /C { S F } def\n\n0 0\n\n";
+    KFILE file = PSOpenFile(psFileName, preambleFileName, before, after, 1);
+    if (!file) return 0;
+
+    char status[201];  // the status text is kept up to 200 characters
+    std::memcpy(status, VStatusLine, 200);
+    status[200] = '\0';
+    UpdateStatusBar("Dumping screen to PostScript file ...");
+    plat::setCursor(plat::CursorWait);
+
+    PSUsrSys(file, "", 0.0f, w, w * s, 1.0f, h, 0.0f, h * s, 1.0f);
+    {
+        RowBuffer out(file);
+        for (int32_t y = 0; y <= Vbmp_size_cy; ++y) {
+            int32_t count = 0;
+            KCOLORREF colour = 0;
+            for (int32_t x = 0; x <= Vbmp_size_cx; ++x) {
+                const KCOLORREF c = plat::getPixel(dc, x, y);
+                if (c == colour) {
+                    ++count;
+                } else {
+                    out.run(count, colour);
+                    colour = c;
+                    count = 1;
+                }
+            }
+            out.run(count, colour);
+            out.text("N\n");
+            out.flush();
+        }
+    }
+    char trailer[64];
+    std::snprintf(trailer, sizeof trailer, "\nshowpage\nEndPlot\n\n%%%%Trailer\n");
+    write(file, trailer);
+    plat::fileClose(file);
+    UpdateStatusBar(status);
+    return plat::setCursor(plat::CursorArrow);
+}
+
+KESTREL_API void KESTREL_CALL PSSetColor(KFILE file, int32_t index) {
+    if (!file) return;
+    const uint8_t *c = Vcolor[static_cast<uint32_t>(index) & 0xFFu];
+    // Divided by 256 here but by 255 in PSOutPix and PSPalette: kept, since
+    // files already written carry exactly these numbers.
+    char line[96];
+    if (c[0] == c[1] && c[1] == c[2])
+        std::snprintf(line, sizeof line, "%g setgray\n", c[0] / 256.0);
+    else
+        std::snprintf(line, sizeof line, "%g %g %g S\n", c[0] / 256.0, c[1] / 256.0, c[2] / 256.0);
+    write(file, line);
+}
+
+KESTREL_API void KESTREL_CALL PSPalette(KFILE file) {
+    if (!file) return;
+    const int32_t n = mCGS.paletteSize < 0 ? 0 : mCGS.paletteSize > 256 ? 256 : mCGS.paletteSize;
+    static const char *const heads[3] = {"\n%%PS-OBJECT: ColorTable begin\n/red [\n", " ] def\n/gre [\n",
+                                         " ] def\n/blu [\n"};
+    for (int k = 0; k < 3; ++k) {
+        write(file, heads[k]);
+        char line[13 * 8 + 4];
+        size_t len = 0;
+        for (int32_t i = 0; i < n; ++i) {
+            len += static_cast<size_t>(std::snprintf(line + len, sizeof line - len, "%6.3f", Vcolor[i][k] / 255.0));
+            if ((i + 1) % 13 == 0) {
+                line[len++] = '\n';
+                line[len] = '\0';
+                write(file, line);
+                len = 0;
+            }
+        }
+        if (len) write(file, line);
+    }
+    write(file, " ] def\n%%PS-OBJECT: ColorTable end\n\n");
+}
+
+KESTREL_API int32_t KESTREL_CALL MkePSString(char *text, int32_t maxLength) {
+    if (!text) return 0;
+    // Western single-byte code page in, PostScript string text out: the
+    // umlauts become the preamble's dieresis escape, the degree sign and the
+    // sharp s octal escapes of the standard encoding. Parentheses and
+    // backslashes pass unchanged.
+    static const char *const table[8][2] = {
+        {"\xE4", "~\"a"}, {"\xC4", "~\"A"}, {"\xF6", "~\"o"},  {"\xD6", "~\"O"},
+        {"\xFC", "~\"u"}, {"\xDC", "~\"U"}, {"\xB0", "\\312"}, {"\xDF", "\\373"},
+    };
+    for (const auto &r : table) ReplaceInString(text, r[0], r[1], maxLength);
+    return static_cast<int32_t>(std::strlen(text));
+}
+
+}  // extern "C"
