@@ -96,11 +96,12 @@ void clearIndex() {
 // Only rows that got children can hold anything but 4096, so only those are
 // refilled.
 void resetTable(uint32_t firstFree, uint32_t *children) {
-    for (uint32_t c = 0; c < kCodes; ++c) {
-        if (!g_childCount[c]) continue;
-        if (children) std::fill_n(children + size_t{c} * kSlots, g_childCount[c], kNone);
-        g_childCount[c] = 0;
-    }
+    if (children)
+        for (uint32_t c = 0; c < kCodes; ++c) {
+            if (!g_childCount[c]) continue;
+            std::fill_n(children + size_t{c} * kSlots, g_childCount[c], kNone);
+            g_childCount[c] = 0;
+        }
     std::memset(g_hash, 0xFF, sizeof g_hash);
     for (uint32_t c = 0; c < firstFree && c < kCodes; ++c) {
         uPrefix[c] = kNone;
@@ -211,27 +212,34 @@ struct Encoder {
         // itself.
         if (avail == clear + 2) clearIndex();
     }
-    // Extends a non-empty current string by k (< 256).
-    void extend(uint32_t k) {
+    // Extends a non-empty current string by k (< 256). Returns what happened
+    // to the table: kFound (current + k had a code, now current), kAdded
+    // (it got code avail - 1) or kCleared (the full table was reset).
+    enum Step { kFound, kAdded, kCleared };
+    Step extend(uint32_t k) {
         const uint32_t key = (current << 8) | k;
         uint32_t code, slot;
         if (find(key, code, slot)) {
             current = code;
-            return;
+            return kFound;
         }
+        Step step;
         if (avail < kCodes) {
             add(key, slot, k);
             put(current, codeSize);
             codeSize = codeLength(avail);
             ++avail;
+            step = kAdded;
         } else {
             put(current, codeSize);
             avail = clear + 2;
             resetTable(avail, children);
             put(clear, codeSize);
             codeSize = dataSize + 1;
+            step = kCleared;
         }
         current = k;
+        return step;
     }
     void pixel(uint32_t k) {
         if (current == kNone)
@@ -289,13 +297,66 @@ void writeHeader(uint16_t width, uint16_t height) {
     emit(h, sizeof h);
 }
 
+// Runs of one pixel value. While the current string is K repeated n times,
+// the table holds K repeated L times for exactly L = 1 .. top[K] (the table
+// always holds every prefix of its strings), so greedy matching over m more
+// K's ends at K repeated min(n + m, top[K]) times without a lookup. Such runs
+// are what most of a plot is made of. g_runCode[K][L] is the code of K
+// repeated L times, for L up to kRunCap; longer runs go through the hash.
+constexpr uint32_t kRunCap = 1023;
+uint16_t g_runTop[256];
+uint16_t g_runCode[256][kRunCap + 1];
+
 void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t height) {
     Encoder e = Encoder::load();
+    // Nothing can look at the child table while a whole image is encoded, and
+    // the export frees it afterwards, so it is left alone here.
+    e.children = nullptr;
     e.start();
+    auto clearRuns = [] {
+        for (uint32_t k = 0; k < 256; ++k) {
+            g_runTop[k] = 1;
+            g_runCode[k][1] = static_cast<uint16_t>(k);
+        }
+    };
+    clearRuns();
     e.pixel(pixels[0]);
+    uint32_t runChar = pixels[0], runLen = 1;  // runLen 0: current is not a pure run
     for (uint32_t y = 0; y < height; ++y) {
         const uint8_t *row = pixels + y * stride;
-        for (uint32_t x = y == 0 ? 1 : 0; x < width; ++x) e.extend(row[x]);
+        uint32_t x = y == 0 ? 1 : 0;
+        while (x < width) {
+            const uint32_t k = row[x];
+            if (k == runChar && runLen && runLen < g_runTop[k]) {
+                const uint32_t limit = std::min<uint32_t>(g_runTop[k] - runLen, width - x);
+                uint32_t m = 1;
+                while (m < limit && row[x + m] == k) ++m;
+                runLen += m;
+                e.current = g_runCode[k][runLen];
+                x += m;
+                continue;
+            }
+            switch (e.extend(k)) {
+            case Encoder::kFound:
+                runLen = runLen && k == runChar ? runLen + 1 : 0;
+                break;
+            case Encoder::kAdded:
+                // The new code is before + k: one more K if before was K^top.
+                if (runLen && k == runChar && runLen == g_runTop[k] && runLen < kRunCap) {
+                    g_runTop[k] = static_cast<uint16_t>(runLen + 1);
+                    g_runCode[k][runLen + 1] = static_cast<uint16_t>(e.avail - 1);
+                }
+                runChar = k;
+                runLen = 1;
+                break;
+            case Encoder::kCleared:
+                clearRuns();
+                runChar = k;
+                runLen = 1;
+                break;
+            }
+            ++x;
+        }
     }
     e.finish();
     e.store();

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <algorithm>
 #include <cstring>
+#include <utility>
 #include <string>
 #include <vector>
 
@@ -175,6 +177,112 @@ TEST(GifEncoder, EncodeLZWOneValueAtATimeMatchesTheImageWriter) {
     EXPECT_GE(resets, 2);
     const size_t start = 6 + 7 + 768 + 10 + 1;
     EXPECT_TRUE(kt::readFile(path) == whole.substr(start, whole.size() - start - 1));
+}
+
+// The documented encoder, written out plainly: child slots scanned in
+// order, a linear search of the table behind them, codes packed least
+// significant bit first and cut into 255-byte sub-blocks. Returns the image
+// data as it follows the code-size byte.
+std::string documentedLzw(const std::vector<uint8_t> &px) {
+    const uint32_t none = 4096;
+    std::vector<uint32_t> slots(4096 * 12, none), prefix(4096, none);
+    std::vector<uint8_t> suffix(4096);
+    for (uint32_t c = 0; c < 258; ++c) suffix[c] = static_cast<uint8_t>(c);
+    std::string data;
+    uint64_t acc = 0;
+    int nbits = 0;
+    auto emit = [&](uint32_t code, uint32_t width) {
+        acc |= uint64_t{code} << nbits;
+        nbits += static_cast<int>(width);
+        for (; nbits >= 8; nbits -= 8, acc >>= 8) data += static_cast<char>(acc & 0xFF);
+    };
+    auto width = [](uint32_t n) {
+        uint32_t w = 0;
+        while (n >> w) ++w;
+        return w;
+    };
+    uint32_t avail = 258, size = 9, cur = none;
+    emit(256, size);
+    for (uint8_t k : px) {
+        uint32_t found = none;
+        if (cur == none) {
+            for (uint32_t c = 0; c < avail && found == none; ++c)
+                if (prefix[c] == none && suffix[c] == k) found = c;
+        } else {
+            bool full = true;
+            for (uint32_t s = 0; s < 12; ++s) {
+                const uint32_t c = slots[cur * 12 + s];
+                if (c == none) {
+                    full = false;
+                    break;
+                }
+                if (suffix[c] == k) {
+                    found = c;
+                    break;
+                }
+            }
+            if (found == none && full)
+                for (uint32_t c = 258; c < avail && found == none; ++c)
+                    if (prefix[c] == cur && suffix[c] == k) found = c;
+        }
+        if (found != none) {
+            cur = found;
+            continue;
+        }
+        emit(cur, size);
+        if (avail < 4096) {
+            prefix[avail] = cur;
+            suffix[avail] = k;
+            for (uint32_t s = 0; s < 12; ++s)
+                if (slots[cur * 12 + s] == none) {
+                    slots[cur * 12 + s] = avail;
+                    break;
+                }
+            size = width(avail);
+            ++avail;
+        } else {
+            avail = 258;
+            std::fill(slots.begin(), slots.end(), none);
+            emit(256, size);
+            size = 9;
+        }
+        cur = k;
+    }
+    emit(cur, size);
+    emit(257, size);
+    if (nbits) data += static_cast<char>(acc & 0xFF);
+    std::string blocks;
+    for (size_t i = 0; i < data.size(); i += 255) {
+        const size_t n = std::min<size_t>(255, data.size() - i);
+        blocks += static_cast<char>(n);
+        blocks += data.substr(i, n);
+    }
+    return blocks + std::string(1, '\0');
+}
+
+// The image writer's hashed lookups and its shortcut over runs of one value
+// find the codes the documented search finds: noise (strings with more than
+// 12 continuations), a plot-like picture, and long runs that outgrow the
+// run shortcut's reach.
+TEST(GifEncoder, ImageWriterMatchesTheDocumentedSearch) {
+    gt::setPalette(256);
+    std::vector<std::pair<std::vector<uint8_t>, int>> images;  // pixels, width
+    images.emplace_back(gt::randomImage(200, 150, 40, 9), 200);
+    images.emplace_back(gt::variedImage(400, 300, 4), 400);
+    std::vector<uint8_t> runs(1100 * 1000, 7);
+    for (size_t i = 0; i < runs.size(); i += 9973) runs[i] = 3;
+    for (size_t i = 600000; i < 700000; ++i) runs[i] = static_cast<uint8_t>((i / 300) % 5);
+    images.emplace_back(std::move(runs), 1100);
+    const std::string dir = kt::scratchDir("GifDocumented");
+    const size_t start = 6 + 7 + 768 + 10 + 1;
+    for (const auto &[px, w] : images) {
+        const int h = static_cast<int>(px.size()) / w;
+        const std::string bytes = writeGif(dir + "/image.gif", px, w, h);
+        const std::string want = documentedLzw(px);
+        const std::string got = bytes.substr(start, bytes.size() - start - 1);
+        ASSERT_EQ(got.size(), want.size()) << w << " x " << h;
+        EXPECT_TRUE(got == want) << w << " x " << h;
+    }
 }
 
 // A code stream that ends exactly at the end of a 255-byte sub-block is
