@@ -30,6 +30,7 @@
 #include "plot/gif.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -418,8 +419,8 @@ KESTREL_API int32_t KESTREL_CALL BMPtoGIF(KDC hdc, KBITMAP bitmap, int32_t *rect
     if (!rect) return fail("No GIF rectangle given!");
     rect[0] = std::max(rect[0], 0);
     rect[1] = std::max(rect[1], 0);
-    rect[2] = std::min(rect[2], Vbmp_size_cx - 1);
-    rect[3] = std::min(rect[3], Vbmp_size_cy - 1);
+    rect[2] = static_cast<int32_t>(std::min<int64_t>(rect[2], int64_t{Vbmp_size_cx} - 1));
+    rect[3] = static_cast<int32_t>(std::min<int64_t>(rect[3], int64_t{Vbmp_size_cy} - 1));
     const int64_t width = int64_t{rect[2]} - rect[0] + 1, height = int64_t{rect[3]} - rect[1] + 1;
     if (width < 1 || height < 1 || width > 65535 || height > 65535)
         return fail("The GIF rectangle is empty or too large!");
@@ -429,7 +430,8 @@ KESTREL_API int32_t KESTREL_CALL BMPtoGIF(KDC hdc, KBITMAP bitmap, int32_t *rect
 
     // The whole picture, as palette indices.
     const size_t bw = static_cast<size_t>(Vbmp_size_cx), bh = static_cast<size_t>(Vbmp_size_cy);
-    std::unique_ptr<uint8_t[]> pixels(new (std::nothrow) uint8_t[bw * bh]);
+    std::unique_ptr<uint8_t[]> pixels;
+    if (bh <= SIZE_MAX / bw) pixels.reset(new (std::nothrow) uint8_t[bw * bh]);
     if (!pixels) {
         plat::fileClose(file);
         return fail("Could not allocate memory for the bitmap!");
