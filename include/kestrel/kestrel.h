@@ -9,6 +9,7 @@
 #include "colour.h"
 #include "postscript.h"
 #include "draw.h"
+#include "gif.h"
 #include "util.h"
 #include "canvas.h"
 #include "projection.h"
