@@ -67,8 +67,11 @@ TEST_F(DrawGrid, MarksOnlyUsedPointsOnScreenAndInPostScript) {
 
 TEST_F(DrawGrid, CurveIsDrawnAsOnePolyline) {
     const float cx[3] = {10, 50, 90}, cy[3] = {10, 90, 10};
-    kestrel::plat::selectObject(dc, kestrel::plat::createPen(0, 1, 0));
+    KPEN pen = kestrel::plat::createPen(0, 1, 0);
+    auto old = kestrel::plat::selectObject(dc, pen);
     NURBSCurveDraw(dc, nullptr, cx, cy, 3, 2, 1);
+    kestrel::plat::selectObject(dc, old);
+    kestrel::plat::deleteObject(pen);
     // The apex of the parabola is at (50, 50): user y 50 is pixel row ~100.
     bool hit = false;
     for (int y = 95; y <= 105; ++y) hit |= (kt::picturePixel(dc, 100, y) & 0xFFFFFFu) != 0xFFFFFFu;
