@@ -108,6 +108,8 @@ int messageBox(KWND owner, const char *text, const char *caption, unsigned type)
 void pumpMessages(KWND w);                 // dispatch what is waiting; never waits
 void waitMessage();                        // block until an event arrives
 int setCursor(int cursor);                 // returns the previous cursor kind
+void setProgressPos(KWND bar, int pos);    // moves a progress bar; null is ignored
+void destroyWindow(KWND w);                // null is ignored
 
 // ---- Device contexts and objects --------------------------------------------
 GdiObj getStockObject(int which);

@@ -16,4 +16,7 @@
 #include "seawater.h"
 #include "gas.h"
 #include "rootsearch.h"
+#include "la.h"
+#include "fit.h"
+#include "oa.h"
 #endif

@@ -89,4 +89,10 @@ int setCursor(int cursor) {
     return old;
 }
 
+// The host's progress bars are its own widgets: it learns of their creation
+// only, so moving and destroying them are left to it.
+void setProgressPos(KWND, int) {}
+
+void destroyWindow(KWND) {}
+
 }  // namespace kestrel::plat

@@ -164,6 +164,14 @@ int setCursor(int cursor) {
     return old;
 }
 
+void setProgressPos(KWND bar, int pos) {
+    if (bar) SendMessageA(W(bar), PBM_SETPOS, static_cast<WPARAM>(pos), 0);
+}
+
+void destroyWindow(KWND w) {
+    if (w) DestroyWindow(W(w));
+}
+
 // ---- Device contexts -------------------------------------------------------------------
 
 GdiObj getStockObject(int which) { return GetStockObject(which); }

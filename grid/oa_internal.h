@@ -1,0 +1,76 @@
+// Internal helpers of the objective-analysis code.
+#ifndef KESTREL_GRID_OA_INTERNAL_H
+#define KESTREL_GRID_OA_INTERNAL_H
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "kestrel/frame.h"
+#include "kestrel/globals.h"
+#include "kestrel/oa.h"
+
+namespace kestrel {
+
+// The library-wide objective-analysis scratch: the setup keeps the noise
+// values in it, the estimate the covariances to the estimation point. The
+// second array is the companion used by curve drawing.
+extern float gOAScratch[OA_MAX_OBJECTIVE_POINTS];
+extern float gOAScratch2[OA_MAX_OBJECTIVE_POINTS];
+
+// Saves the status-bar text (up to 200 characters), shows a new one, and puts
+// the saved text back when it goes out of scope, on every exit path.
+class StatusText {
+public:
+    explicit StatusText(const char *text) {
+        std::size_t n = 0;
+        while (n < sizeof saved_ - 1 && VStatusLine[n]) ++n;
+        std::memcpy(saved_, VStatusLine, n);
+        saved_[n] = '\0';
+        UpdateStatusBar(text);
+    }
+    ~StatusText() { UpdateStatusBar(saved_); }
+    StatusText(const StatusText &) = delete;
+    StatusText &operator=(const StatusText &) = delete;
+
+private:
+    char saved_[201];
+};
+
+// Truncation toward zero into [-2^30, 2^30]; NaN gives 0. The callers clamp
+// to the cell table afterwards, so a coordinate far outside cannot wrap into
+// it.
+inline int32_t truncIndex(double v) {
+    if (!(v == v)) return 0;
+    if (v > 1073741824.0) return 1073741824;
+    if (v < -1073741824.0) return -1073741824;
+    return static_cast<int32_t>(v);
+}
+inline int32_t floorIndex(double v) {
+    if (!(v == v)) return -1;  // lies outside every cell
+    return truncIndex(std::floor(v));
+}
+
+// Cell layout of OALoadSet: 40 x 40 cells in transformed coordinates whose
+// first grid line lies just inside the first cell whatever the direction of
+// the axis, and which span one cell more than the grid.
+void oaSetupCells(OASet *set);
+
+// The averaging estimator on a set (OAEstimateValueT without the pointer
+// checks on the outputs).
+double estimateT(float x, float y, float fx, float fy, float *spread, float *meanSqDist, int32_t *nUsed,
+                 const OASet &set);
+
+// Frees one array of the set and nulls the pointer.
+template <class T> inline void oaFree(T *&p) {
+    std::free(p);
+    p = nullptr;
+}
+
+// Missing-value test: neither less nor greater than xmiss.
+inline bool isMissing(float v) { return !(v < xmiss) && !(v > xmiss); }
+
+}  // namespace kestrel
+
+#endif
