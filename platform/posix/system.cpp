@@ -137,6 +137,11 @@ void fileClose(KFILE f) {
     delete f;
 }
 
+KFILE fileOpenAlways(const char *path) {
+    int fd = ::open(path, O_RDWR | O_CREAT, 0666);
+    return fd < 0 ? nullptr : new KFile_{fd};
+}
+
 }  // namespace kestrel::plat
 
 // ---- Exported file helpers for non-Windows hosts ------------------------------------
