@@ -239,7 +239,14 @@ int sectionCommand(const SectionOptions &o) {
     std::sort(sorted.begin(), sorted.end());
     float zmin = sorted[static_cast<size_t>(0.01 * (n - 1))], zmax = sorted[static_cast<size_t>(0.99 * (n - 1))];
     if (!(zmax > zmin)) zmax = zmin + 1;
-    CMapInitialize(zmin, zmax, o.stretch0, o.stretch1);
+    SectionOptions opt = o;
+    if (opt.autoStretch) {
+        // The steepest part of the tanh stretch at the median of the data.
+        const float m = std::clamp((sorted[static_cast<size_t>(n / 2)] - zmin) / (zmax - zmin), 0.05f, 0.95f);
+        opt.stretch0 = -3.0f * m;
+        opt.stretch1 = 3.0f * (1.0f - m);
+    }
+    CMapInitialize(zmin, zmax, opt.stretch0, opt.stretch1);
     float start = 0, step = 0, end = 0;
     CTSelectLines(0.0f, 1.0f, o.lines, zmin - 1e30f, &start, &step, &end);
     std::vector<KContourLevel> levels;
@@ -262,7 +269,7 @@ int sectionCommand(const SectionOptions &o) {
     if (ps) PSUsrSys(ps, "", xmin, xmax, vw, left, yb, yt, vh, bottom);
     mCGS.fontSize = mCGS.defaultFontSize;
 
-    ShadeField(set.gridEst, 0, 0, set.xg, nx, set.yg, ny, o.stretch0, o.stretch1, zmin, zmax, canvas, ps);
+    ShadeField(set.gridEst, 0, 0, set.xg, nx, set.yg, ny, opt.stretch0, opt.stretch1, zmin, zmax, canvas, ps);
     ContourField(set.gridEst, set.xg, nx, set.yg, ny, levels.data(), static_cast<int32_t>(levels.size()), canvas, ps);
     const int32_t white = FindClosestColor(1.0f, 1.0f, 1.0f);
     EraseField(error.data(), o.maxError, set.xg, nx, set.yg, ny, white, canvas, ps);
@@ -277,8 +284,9 @@ int sectionCommand(const SectionOptions &o) {
     YAxisLabels(canvas, xmin, first, tic, ltic, table.names[static_cast<size_t>(cy)].c_str(), 0);
     postscriptAxes(ps, xmin, xmax, yb, yt, table.names[static_cast<size_t>(cx)], table.names[static_cast<size_t>(cy)],
                    o.title, mCGS.fontSize);
-    DrawColorBar(canvas, ps, table.names[static_cast<size_t>(cv)].c_str(), mCGS.fontSize, xmin, xmax, vw, yb, yt, zmin,
-                 zmax, o.stretch0, o.stretch1);
+    const std::string barTitle = table.names[static_cast<size_t>(cv)].substr(0, table.names[static_cast<size_t>(cv)].find(" ["));
+    DrawColorBar(canvas, ps, barTitle.c_str(), mCGS.fontSize, xmin, xmax, vw, yb, yt, zmin,
+                 zmax, opt.stretch0, opt.stretch1);
 
     int status = 0;
     if (ps) {
@@ -312,10 +320,10 @@ const char *const kSectionUsage =
     "          empty fields missing) over two others; writes NAME.png, NAME.gif, NAME.ps\n"
     "          (default NAME kestrel-section). A column is named in full or without its\n"
     "          unit: --y Depth finds \"Depth [m]\"; depth and pressure grow downwards.\n"
-    "    --columns N     at most N grid columns (120)      --lines N      about N contour levels (12)\n"
+    "    --columns N     at most N grid columns (120)      --lines N      about N contour levels (24)\n"
     "    --percent P     scale length, % of the axis (3)   --factor F     estimator scale factor (1)\n"
-    "    --max-error E   erase where the mean squared data distance in scale lengths exceeds E (1)\n"
-    "    --title TEXT    plot title                        --stretch A B  colour stretch (-1.5 1.5)\n"
+    "    --max-error E   erase where the mean squared data distance in scale lengths exceeds E (16)\n"
+    "    --title TEXT    plot title                        --stretch A B  colour stretch (steepest at the median)\n"
     "    --preamble FILE, --palette FILE as for demo\n";
 
 int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble) {
@@ -365,6 +373,7 @@ int sectionMain(int argc, char **argv, const std::function<std::string(const std
         } else if (a == "--stretch") {
             if (!need(i, 2)) return 2;
             ok = toFloat(argv[i + 1], &o.stretch0) && toFloat(argv[i + 2], &o.stretch1) && o.stretch0 != o.stretch1;
+            o.autoStretch = false;
             i += 2;
         } else if (!a.empty() && a[0] != '-' && o.data.empty()) {
             o.data = a;

@@ -13,8 +13,9 @@ struct SectionOptions {
     int32_t columns = 120;     // grid columns at most
     float percent = 3.0f;      // scale length at the densest node, % of the axis range
     float factor = 1.0f;       // scale factor of the estimator
-    float maxError = 1.0f;     // erase where the mean squared data distance exceeds this
-    int32_t lines = 12;        // about this many contour levels
+    float maxError = 16.0f;    // erase where the mean squared data distance exceeds this
+    int32_t lines = 24;        // about this many contour levels
+    bool autoStretch = true;   // contrast where the data are: steepest at their median
     float stretch0 = -1.5f, stretch1 = 1.5f;
 };
 
