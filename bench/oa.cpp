@@ -92,7 +92,9 @@ struct Setup {
 
 const Setup kSectionAdapted{"adapted", false, percent("KESTREL_BENCH_Q_SECTION", 0.35f)};
 const Setup kMapAdapted{"adapted", false, percent("KESTREL_BENCH_Q_MAP", 0.5f)};
-const Setup kMapEven{"even", true, percent("KESTREL_BENCH_Q_MAP_EVEN", 0.5f)};
+// 0.8 % (0.8 by 1.04 degrees): the smallest error over 0.2 .. 1.2 % for this
+// map; the error changes little over that range (0.021 .. 0.025).
+const Setup kMapEven{"even", true, percent("KESTREL_BENCH_Q_MAP_EVEN", 0.8f)};
 
 struct Owned {
     OASet s;
