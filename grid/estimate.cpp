@@ -31,10 +31,60 @@
 namespace kestrel {
 namespace {
 
-// Indices of the nonzero covariances of the current estimate: the error
-// quadratic form skips exact zeros (covariances that underflowed), which
-// changes no sum.
+// Indices of the nonzero covariances of the current estimate, and those
+// covariances packed in the same order: the error quadratic form skips exact
+// zeros (covariances that underflowed), which changes no sum.
 int32_t gNonzero[OA_MAX_OBJECTIVE_POINTS];
+float gNonzeroCov[OA_MAX_OBJECTIVE_POINTS];
+
+// exp(-z) rounds to a float zero once it is below 2^-150 (half the smallest
+// subnormal), i.e. for z > 150 ln 2 = 103.97: beyond this the exponential
+// need not be evaluated, the covariance is exactly 0.
+constexpr double kCovarianceUnderflow = 104.0;
+
+// The squared normalised distance of OACovariance, computed the same way.
+inline double covarianceExponent(float x1, float x2, float y1, float y2, float Lx, float Ly) {
+    const double dx = (static_cast<double>(x1) - x2) / Lx;
+    const double dy = (static_cast<double>(y1) - y2) / Ly;
+    return dx * dx + dy * dy;
+}
+
+// c' M c over the nonzero covariances, each row sum in index order. Four
+// rows run side by side: four independent additions hide the latency of
+// one, and every row's sum still adds its terms in the same order, so the
+// result does not change.
+double quadraticForm(const float *matrix, std::size_t n, int32_t nz) {
+    const int32_t *idx = gNonzero;
+    const float *c = gNonzeroCov;
+    double q = 0.0;
+    int32_t ii = 0;
+    for (; ii + 4 <= nz; ii += 4) {
+        const float *r0 = matrix + static_cast<std::size_t>(idx[ii]) * n;
+        const float *r1 = matrix + static_cast<std::size_t>(idx[ii + 1]) * n;
+        const float *r2 = matrix + static_cast<std::size_t>(idx[ii + 2]) * n;
+        const float *r3 = matrix + static_cast<std::size_t>(idx[ii + 3]) * n;
+        double t0 = 0.0, t1 = 0.0, t2 = 0.0, t3 = 0.0;
+        for (int32_t jj = 0; jj < nz; ++jj) {
+            const int32_t j = idx[jj];
+            const double cj = c[jj];
+            t0 += static_cast<double>(r0[j]) * cj;
+            t1 += static_cast<double>(r1[j]) * cj;
+            t2 += static_cast<double>(r2[j]) * cj;
+            t3 += static_cast<double>(r3[j]) * cj;
+        }
+        q += c[ii] * t0;
+        q += c[ii + 1] * t1;
+        q += c[ii + 2] * t2;
+        q += c[ii + 3] * t3;
+    }
+    for (; ii < nz; ++ii) {
+        const float *row = matrix + static_cast<std::size_t>(idx[ii]) * n;
+        double t = 0.0;
+        for (int32_t jj = 0; jj < nz; ++jj) t += static_cast<double>(row[idx[jj]]) * c[jj];
+        q += c[ii] * t;
+    }
+    return q;
+}
 
 struct CellRange {
     int32_t first, last;  // inclusive; first > last: empty
@@ -131,9 +181,7 @@ using namespace kestrel;
 extern "C" {
 
 KESTREL_API double KESTREL_CALL OACovariance(float x1, float x2, float y1, float y2, float c0, float Lx, float Ly) {
-    const double dx = (static_cast<double>(x1) - x2) / Lx;
-    const double dy = (static_cast<double>(y1) - y2) / Ly;
-    return c0 * std::exp(-(dx * dx + dy * dy));
+    return c0 * std::exp(-covarianceExponent(x1, x2, y1, y2, Lx, Ly));
 }
 
 KESTREL_API double KESTREL_CALL OAEstimateValueT(float x, float y, float fx, float fy, float *spread,
@@ -225,11 +273,18 @@ KESTREL_API float KESTREL_CALL OAObjectAEstimateT(float x, float y, float fx, fl
     const float Lx = fx * set->xlenMax, Ly = fy * set->ylenMax;
     double a = 0.0;
     int32_t nz = 0;
+    const float *xt = set->xt, *yt = set->yt;
     for (int32_t i = 0; i < n; ++i) {
-        const float c = static_cast<float>(OACovariance(x, set->xt[i], y, set->yt[i], 1.0f, Lx, Ly));
+        // OACovariance with c0 = 1, the exponential only where it can be
+        // nonzero in float.
+        const double z = covarianceExponent(x, xt[i], y, yt[i], Lx, Ly);
+        const float c = z > kCovarianceUnderflow ? 0.0f : static_cast<float>(std::exp(-z));
         gOAScratch[i] = c;
         a += static_cast<double>(c) * alpha[i];
-        if (c != 0.0f) gNonzero[nz++] = i;
+        if (c != 0.0f) {
+            gNonzeroCov[nz] = c;
+            gNonzero[nz++] = i;
+        }
     }
     const double b = estimateT(x, y, 2.0f, 2.0f, &sp, &md, &nu, *set);
     const float estimate = static_cast<float>(b + a * sigma);
@@ -243,19 +298,7 @@ KESTREL_API float KESTREL_CALL OAObjectAEstimateT(float x, float y, float fx, fl
     if (n == 0) {
         err = sigma;
     } else {
-        const std::size_t cn = static_cast<std::size_t>(n);
-        double q = 0.0;
-        for (int32_t ii = 0; ii < nz; ++ii) {
-            const int32_t i = gNonzero[ii];
-            const float *row = matrix + static_cast<std::size_t>(i) * cn;
-            double t = 0.0;
-            for (int32_t jj = 0; jj < nz; ++jj) {
-                const int32_t j = gNonzero[jj];
-                t += static_cast<double>(row[j]) * gOAScratch[j];
-            }
-            q += gOAScratch[i] * t;
-        }
-        const double e = 1.0 - q;
+        const double e = 1.0 - quadraticForm(matrix, static_cast<std::size_t>(n), nz);
         err = e > 0.0 ? static_cast<float>(std::sqrt(e) * sigma) : 1.0f;
     }
     if (error) *error = err;

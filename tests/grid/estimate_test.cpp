@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -129,6 +130,146 @@ TEST(Averaging, ReconstructsASectionWithAFrontAndAThermocline) {
     EXPECT_LT(e, 0.15 * std::sqrt(var));
 }
 
+// The averaging estimator written out as documented, as a plain loop over
+// all points in their stored order: no cell table, only the search window
+// (in cell units, as the estimator computes it) decides which points are
+// visited. It also counts points with q < 9 (inside 1.5 fx reference
+// lengths along both axes) that the window left out: there must be none.
+// Same bits where float and double arithmetic is done in its own precision;
+// on an x87 build (excess precision) the last bits may depend on register
+// spills, so there only a relative 1e-6 is asked for.
+#define ASSERT_SAME_BITS(a, b)                                                                   \
+    do {                                                                                         \
+        if (FLT_EVAL_METHOD == 0)                                                                \
+            ASSERT_EQ(a, b);                                                                     \
+        else                                                                                     \
+            ASSERT_NEAR(a, b, 1e-6 * (1.0 + std::fabs(static_cast<double>(b))));                 \
+    } while (0)
+
+struct Reference {
+    double value = 0.0;
+    float spread = 1.0e10f, msd = 1.0e10f;
+    int32_t count = 0, missedInside = 0;
+};
+
+Reference bruteForce(const OASet &s, float x, float y, float fx, float fy) {
+    Reference r;
+    float ax = 2.0f * s.xlenMaxInv / fx, ay = 2.0f * s.ylenMaxInv / fy;
+    auto window = [](float c, float h, float origin, float width, float widthInv, int32_t *lo, int32_t *hi) {
+        const double hs = std::copysign(h, width);
+        auto cell = [&](double v) {
+            const double t = std::trunc((v - origin) * widthInv);
+            return static_cast<int32_t>(std::max(-1.0e9, std::min(1.0e9, t)));
+        };
+        int32_t a = std::max(cell(c - hs), 0), b = std::min(cell(c + hs), OA_NCELL - 1);
+        *lo = std::max(std::min(a, b), 0);
+        *hi = std::min(std::max(a, b), OA_NCELL - 1);
+    };
+    double sg = 0, sgw = 0, svgw = 0, sd2 = 0, sv = 0, sv2 = 0, se = 0;
+    for (int pass = 0; pass < 3; ++pass) {
+        sg = sgw = svgw = sd2 = sv = sv2 = se = 0;
+        r.count = 0;
+        int32_t x0, x1, y0, y1;
+        window(x, 3.0f / ax, s.cellX0, s.cellDx, s.cellDxInv, &x0, &x1);
+        window(y, 3.0f / ay, s.cellY0, s.cellDy, s.cellDyInv, &y0, &y1);
+        for (int32_t i = 0; i < s.nPoints; ++i) {
+            if (!s.use[i]) continue;
+            const float dx = std::fabs(x - s.xt[i]), dy = std::fabs(y - s.yt[i]);
+            const float q = (ax * dx) * (ax * dx) + (ay * dy) * (ay * dy);
+            const int32_t cx = static_cast<int32_t>(std::floor((s.xt[i] - static_cast<double>(s.cellX0)) * s.cellDxInv));
+            const int32_t cy = static_cast<int32_t>(std::floor((s.yt[i] - static_cast<double>(s.cellY0)) * s.cellDyInv));
+            const bool inWindow = cx >= x0 && cx <= x1 && cy >= y0 && cy <= y1;
+            if (!inWindow && ax * dx < 3.0f && ay * dy < 3.0f) ++r.missedInside;
+            if (!inWindow || !(q < 10.0f)) continue;
+            const float t = 10.0f * q;
+            const int k = static_cast<int>(t);
+            const float f = t - static_cast<float>(k);
+            const double g = ExpValue[k] * (1.0f - f) + ExpValue[k + 1] * f;
+            const float ex = s.xlenMaxInv * dx, ey = s.ylenMaxInv * dy;
+            sg += g;
+            sgw += s.errInv[i] * g;
+            svgw += static_cast<double>(s.val[i]) * (s.errInv[i] * g);
+            sd2 += ex * ex + ey * ey;
+            sv += s.val[i];
+            sv2 += static_cast<double>(s.val[i]) * s.val[i];
+            se += s.err[i];
+            ++r.count;
+        }
+        ax *= 0.5f;
+        ay *= 0.5f;
+        if (sg >= 0.1 && r.count >= 2) break;
+    }
+    if (r.count == 0) return r;
+    const double c = r.count;
+    r.msd = static_cast<float>(sd2 / c);
+    r.spread = static_cast<float>(r.count == 1 ? se / c : std::sqrt(std::max(0.0, (sv2 - sv * sv / c) / (c - 1.0))));
+    r.value = svgw / sgw;
+    return r;
+}
+
+TEST(Averaging, CellWalkEqualsTheBruteForceSumExactly) {
+    // Clustered points on density-adapted axes (the map workload, smaller),
+    // once with y ascending and once descending; positions on and between
+    // the nodes, outside the grid, and three scale factors.
+    const auto pts = ktoa::mapPoints(12000, 99);
+    for (bool descending : {false, true}) {
+        SetGuard g;
+        ASSERT_TRUE(ktoa::buildSet(g.s, pts, 0, 100, descending ? 65.0f : -65.0f, descending ? -65.0f : 65.0f, 90,
+                                   120, 0.5f));
+        ASSERT_EQ(g.s.nPoints, 12000);  // every point lies inside the cells
+        int checked = 0, withPoints = 0;
+        for (float f : {1.0f, 0.3f, 2.5f})
+            for (int iy = -4; iy < g.s.ny + 4; iy += 4)
+                for (int ix = -4; ix < g.s.nx + 4; ix += 4) {
+                    const auto inside = [](int i, int n) { return std::min(std::max(i, 0), n - 1); };
+                    // Off the grid: extrapolate beyond the end lines.
+                    float x = g.s.xgt[inside(ix, g.s.nx)] + static_cast<float>(ix - inside(ix, g.s.nx)) * 3.0f;
+                    float y = g.s.ygt[inside(iy, g.s.ny)] + static_cast<float>(iy - inside(iy, g.s.ny)) * 3.0f;
+                    if ((ix + iy) % 2) {  // halfway to the next node
+                        x += 0.5f * (g.s.xgt[inside(ix + 1, g.s.nx)] - g.s.xgt[inside(ix, g.s.nx)]);
+                        y += 0.5f * (g.s.ygt[inside(iy + 1, g.s.ny)] - g.s.ygt[inside(iy, g.s.ny)]);
+                    }
+                    float sp, md;
+                    int32_t n;
+                    const double v = OAEstimateValueT(x, y, f, f, &sp, &md, &n, &g.s);
+                    const Reference r = bruteForce(g.s, x, y, f, f);
+                    ASSERT_EQ(n, r.count) << x << " " << y << " " << f;
+                    ASSERT_SAME_BITS(v, r.value);
+                    ASSERT_SAME_BITS(sp, r.spread);
+                    ASSERT_SAME_BITS(md, r.msd);
+                    ASSERT_EQ(r.missedInside, 0);
+                    ++checked;
+                    withPoints += n > 0;
+                }
+        EXPECT_GT(checked, 2000);
+        EXPECT_GT(withPoints, checked / 2);
+    }
+}
+
+TEST(AxisGrid, HandWorkedLinearDensity) {
+    // Bin i (of ten) holds i + 1 points at its centre, so the least-squares
+    // cubic is the line P(u) = 0.5 + 10 u, K = 10. Over -0.1 .. 1.1 it runs
+    // from -0.5 to 11.5: the floor adds 1 (minimum 0.5 = 5 % of K), the
+    // ratio 12.5/0.5 >= 6 gives f = 2.5/12 and P(u) = 0.708333 + 2.083333 u
+    // (0.5 at -0.1, 3.0 at 1.1). Its integral I(u) = 0.708333 u +
+    // 1.041667 u^2 has I(1) = 1.75; with three lines the middle one is the
+    // root of I(u) = 0.875, u = 0.637549. The densest node is u = 1
+    // (P = 2.791667), so with q = 1 % of 100 the base length is 2.791667
+    // and the lengths are 2.791667 / P(u): 3.941176, 1.370780, 1.
+    std::vector<float> c;
+    for (int i = 0; i < 10; ++i)
+        for (int k = 0; k <= i; ++k) c.push_back(static_cast<float>(5.0 + 10.0 * i));
+    float g[3], L[3];
+    const double lmax = OASetupAxisGrid(c.data(), static_cast<int32_t>(c.size()), 0.0f, 100.0f, 1.0f, g, L, 3);
+    EXPECT_NEAR(lmax, 3.941176, 2e-5);
+    EXPECT_EQ(g[0], 0.0f);
+    EXPECT_NEAR(g[1], 63.7549, 2e-3);
+    EXPECT_EQ(g[2], 100.0f);
+    EXPECT_NEAR(L[0], 3.941176, 2e-5);
+    EXPECT_NEAR(L[1], 1.370780, 2e-5);
+    EXPECT_NEAR(L[2], 1.0, 2e-6);
+}
+
 TEST(ObjectiveAnalysis, CorrectsTheBackgroundWhereDataAreDense) {
     // A smooth map field sampled by 600 scattered points.
     const auto pts = ktoa::mapPoints(600, 17);
@@ -172,6 +313,53 @@ TEST(ObjectiveAnalysis, CorrectsTheBackgroundWhereDataAreDense) {
     ASSERT_GT(nNear, 0);
     ASSERT_GT(nFar, 0);
     EXPECT_LT(near / nNear, far / nFar);
+}
+
+TEST(ObjectiveAnalysis, EstimateAndErrorEqualThePlainSums) {
+    // The documented sums with every covariance through OACovariance and the
+    // full double loop over i and j: the estimator's shortcuts (no
+    // exponential where it underflows, zeros skipped, rows side by side)
+    // must not change a bit.
+    const auto pts = ktoa::mapPoints(400, 23);
+    SetGuard g;
+    ASSERT_TRUE(ktoa::buildSet(g.s, pts, 0, 100, -65, 65, 50, 60, 3.0f));
+    const int32_t n = g.s.nPoints;
+    const std::size_t cn = static_cast<std::size_t>(n);
+    std::vector<float> M(cn * cn), alpha(cn);
+    float sigma = 0;
+    ASSERT_EQ(OAObjectASetup(&g.s, 0, M.data(), alpha.data(), &sigma), 1);
+    std::vector<float> c(cn);
+    int zeros = 0, nodes = 0;
+    for (float f : {1.0f, 0.2f})
+        for (int iy = -2; iy < g.s.ny + 2; iy += 3)
+            for (int ix = -2; ix < g.s.nx + 2; ix += 3) {
+                const float x = ix < 0 ? -1.0e4f : ix >= g.s.nx ? 1.0e4f : g.s.xgt[ix];
+                const float y = iy < 0 ? -1.0e4f : iy >= g.s.ny ? 1.0e4f : g.s.ygt[iy];
+                double a = 0.0;
+                for (std::size_t i = 0; i < cn; ++i) {
+                    c[i] = static_cast<float>(OACovariance(x, g.s.xt[i], y, g.s.yt[i], 1.0f, f * g.s.xlenMax,
+                                                           f * g.s.ylenMax));
+                    a += static_cast<double>(c[i]) * alpha[i];
+                    zeros += c[i] == 0.0f;
+                }
+                float sp, md;
+                int32_t cnt;
+                const double b = OAEstimateValueT(x, y, 2, 2, &sp, &md, &cnt, &g.s);
+                double q = 0.0;
+                for (std::size_t i = 0; i < cn; ++i) {
+                    double t = 0.0;
+                    for (std::size_t j = 0; j < cn; ++j) t += static_cast<double>(M[i * cn + j]) * c[j];
+                    q += c[i] * t;
+                }
+                const float wantErr = 1.0 - q > 0.0 ? static_cast<float>(std::sqrt(1.0 - q) * sigma) : 1.0f;
+                float err, msd;
+                const float v = OAObjectAEstimateT(x, y, f, f, &err, &msd, &g.s, M.data(), alpha.data(), sigma, 1);
+                ASSERT_SAME_BITS(v, static_cast<float>(b + a * sigma));
+                ASSERT_SAME_BITS(err, wantErr);
+                ++nodes;
+            }
+    EXPECT_GT(nodes, 500);
+    EXPECT_GT(zeros, nodes * n / 10);  // the underflow shortcut was exercised
 }
 
 TEST(ObjectiveAnalysis, NoiseModelAndLimits) {

@@ -29,13 +29,8 @@ inline bool allocExact(OASet &s, int32_t nx, int32_t ny, int32_t capacity) {
     return ok == 1 && s.nx == nx && s.ny == ny;
 }
 
-// Grid lines from the data density (percent q of each axis range), points
-// packed, transformed, celled and sorted: ready to estimate.
-inline bool buildSet(OASet &s, const std::vector<Point> &pts, float x0, float x1, float y0, float y1, int32_t nx,
-                     int32_t ny, float q) {
-    OAInitializeSet(&s);
+inline void fillPoints(OASet &s, const std::vector<Point> &pts) {
     const int32_t n = static_cast<int32_t>(pts.size());
-    if (!allocExact(s, nx, ny, n)) return false;
     for (int32_t i = 0; i < n; ++i) {
         s.x[i] = s.xt[i] = pts[i].x;
         s.y[i] = s.yt[i] = pts[i].y;
@@ -45,12 +40,46 @@ inline bool buildSet(OASet &s, const std::vector<Point> &pts, float x0, float x1
         s.use[i] = 1;
     }
     s.nPoints = n;
-    OASetupAxisGrid(s.x, n, x0, x1, q, s.xg, s.xlen, nx);
-    OASetupAxisGrid(s.y, n, y0, y1, q, s.yg, s.ylen, ny);
+}
+
+inline void transformAndSort(OASet &s) {
     OAPackData(&s);
     OAScaleTransformation(&s);
     kestrel::oaSetupCells(&s);
     OASortDataPoints(&s);
+}
+
+// Grid lines from the data density (percent q of each axis range), points
+// packed, transformed, celled and sorted: ready to estimate.
+inline bool buildSet(OASet &s, const std::vector<Point> &pts, float x0, float x1, float y0, float y1, int32_t nx,
+                     int32_t ny, float q) {
+    OAInitializeSet(&s);
+    const int32_t n = static_cast<int32_t>(pts.size());
+    if (!allocExact(s, nx, ny, n)) return false;
+    fillPoints(s, pts);
+    OASetupAxisGrid(s.x, n, x0, x1, q, s.xg, s.xlen, nx);
+    OASetupAxisGrid(s.y, n, y0, y1, q, s.yg, s.ylen, ny);
+    transformAndSort(s);
+    return true;
+}
+
+// The grid a host gives itself (as a grid file would): evenly spaced lines,
+// node k at x0 + (x1 - x0) k / (nx - 1) as a gridline-registered regular
+// grid has them, and one scale length, q percent of each axis range.
+inline bool buildEvenSet(OASet &s, const std::vector<Point> &pts, float x0, float x1, float y0, float y1,
+                         int32_t nx, int32_t ny, float q) {
+    OAInitializeSet(&s);
+    if (nx < 2 || ny < 2 || !allocExact(s, nx, ny, static_cast<int32_t>(pts.size()))) return false;
+    fillPoints(s, pts);
+    for (int32_t k = 0; k < nx; ++k) {
+        s.xg[k] = x0 + (x1 - x0) * static_cast<float>(k) / static_cast<float>(nx - 1);
+        s.xlen[k] = 0.01f * q * std::fabs(x1 - x0);
+    }
+    for (int32_t k = 0; k < ny; ++k) {
+        s.yg[k] = y0 + (y1 - y0) * static_cast<float>(k) / static_cast<float>(ny - 1);
+        s.ylen[k] = 0.01f * q * std::fabs(y1 - y0);
+    }
+    transformAndSort(s);
     return true;
 }
 
