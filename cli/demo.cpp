@@ -92,7 +92,7 @@ Table demoTable(uint32_t seed) {
 const char *const kDemoUsage =
     "usage: kestrel demo [options] [-o NAME] [--seed N]\n"
     "       kestrel section DATA.tsv --x COL --y COL --value COL [options] [-o NAME]\n"
-    "  demo    the section pipeline on a synthetic temperature section (36 stations over\n"
+    "  demo    the section pipeline on a synthetic temperature section (35 stations over\n"
     "          6000 km, a polar front, a ridge, a deepening thermocline; --seed N, default 1)\n"
     "          written to NAME.png, NAME.gif and NAME.ps (default NAME kestrel-demo)\n";
 
@@ -104,7 +104,7 @@ int demoMain(int argc, char **argv, const std::function<std::string(const std::s
         if (std::string(argv[i]) == "--seed") {
             char *end = nullptr;
             const unsigned long v = i + 1 < argc ? std::strtoul(argv[i + 1], &end, 10) : 0;
-            if (i + 1 >= argc || end == argv[i + 1] || *end || v > 0xFFFFFFFFul) {
+            if (i + 1 >= argc || end == argv[i + 1] || *end || argv[i + 1][0] == '-' || v > 0xFFFFFFFFul) {
                 std::fprintf(stderr, "kestrel: --seed needs a whole number\n");
                 return 2;
             }

@@ -567,7 +567,8 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
 int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble) {
     SectionOptions o;
     std::string preamble;
-    const int status = parseSectionOptions(argc, argv, true, &o, &preamble, kSectionUsage);
+    const std::string help = std::string(kDemoUsage) + kSectionUsage;
+    const int status = parseSectionOptions(argc, argv, true, &o, &preamble, help.c_str());
     if (status >= 0) return status;
     if (o.data.empty() || o.x.empty() || o.y.empty() || o.value.empty()) {
         std::fprintf(stderr, "kestrel: section needs a table and --x, --y and --value (try kestrel --help)\n");
@@ -575,7 +576,6 @@ int sectionMain(int argc, char **argv, const std::function<std::string(const std
     }
     o.preamble = findPreamble(preamble);
     Table table;
-    note(o.quiet, "reading %s", o.data.c_str());
     if (!readTable(o.data, &table)) {
         std::fprintf(stderr, "kestrel: cannot read %s\n", o.data.c_str());
         return 1;
