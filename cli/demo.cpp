@@ -91,7 +91,6 @@ Table demoTable(uint32_t seed) {
 
 const char *const kDemoUsage =
     "usage: kestrel demo [options] [-o NAME] [--seed N]\n"
-    "       kestrel section DATA.tsv --x COL --y COL --value COL [options] [-o NAME]\n"
     "  demo    the section pipeline on a synthetic temperature section (35 stations over\n"
     "          6000 km, a polar front, a ridge, a deepening thermocline; --seed N, default 1)\n"
     "          written to NAME.png, NAME.gif and NAME.ps (default NAME kestrel-demo)\n";
