@@ -1,83 +1,111 @@
 // kestrel section: a gridded, contoured and shaded section from a table.
 //
-// Reads a tab-separated table with a header line, takes three columns as x,
-// y and value, grids the samples with the averaging estimator of an analysis
-// set, shades the field, contours it with labels, erases the nodes whose
-// estimate rests on data too far away, and adds axes with titles and a
-// colour bar. Writes NAME.png, NAME.gif and NAME.ps.
+// Takes three columns of a table as x, y and value, grids the samples with
+// the averaging estimator of an analysis set, shades the field, contours it
+// with labels, erases the nodes whose estimate rests on data too far away,
+// and adds axes with titles, the stations along the top and a colour bar.
+// Writes NAME.png, NAME.gif and NAME.ps; the library draws axes on the
+// screen only, so their PostScript twin is written here, with the same
+// geometry.
 #include "section.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
-#include <sstream>
+#include <limits>
 #include <string>
 #include <vector>
 
 #include "kestrel/kestrel.h"
-#if __has_include("kestrel/gif.h")
 #include "kestrel/gif.h"
-#define KESTREL_HAVE_GIF 1
-#endif
 
 namespace {
 
-struct Table {
-    std::vector<std::string> names;
-    std::vector<std::vector<std::string>> rows;
-};
+void note(bool quiet, const char *format, ...) {
+    if (quiet) return;
+    std::va_list args;
+    va_start(args, format);
+    std::fputs("kestrel: ", stderr);
+    std::vfprintf(stderr, format, args);
+    std::fputc('\n', stderr);
+    va_end(args);
+}
 
 std::vector<std::string> splitTabs(const std::string &line) {
-    std::vector<std::string> out;
-    std::string cell;
+    std::vector<std::string> out(1);
     for (char c : line) {
-        if (c == '\t') {
-            out.push_back(cell);
-            cell.clear();
-        } else if (c != '\r' && c != '\n') {
-            cell += c;
-        }
+        if (c == '\t') out.emplace_back();
+        else if (c != '\r' && c != '\n') out.back() += c;
     }
-    out.push_back(cell);
     return out;
 }
 
-bool readTable(const std::string &path, Table *t) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return false;
-    std::string line;
-    if (!std::getline(in, line)) return false;
-    t->names = splitTabs(line);
-    while (std::getline(in, line))
-        if (!line.empty()) t->rows.push_back(splitTabs(line));
-    return true;
+double number(const std::string &s) {
+    if (s.empty()) return std::nan("");
+    char *end = nullptr;
+    const double d = std::strtod(s.c_str(), &end);
+    return end != s.c_str() && *end == '\0' && std::isfinite(d) ? d : std::nan("");
 }
 
-// A column by its full name or by its name without the unit in brackets
-// ("Depth" finds "Depth [m]"); -1 when there is none.
+// A column by its full name or by its name without the unit ("Depth" finds
+// "Depth [m]"); -1 when there is none.
 int findColumn(const Table &t, const std::string &name) {
     for (size_t k = 0; k < t.names.size(); ++k)
         if (t.names[k] == name) return static_cast<int>(k);
-    for (size_t k = 0; k < t.names.size(); ++k) {
-        std::string bare = t.names[k].substr(0, t.names[k].find(" ["));
-        if (bare == name) return static_cast<int>(k);
-    }
+    for (size_t k = 0; k < t.names.size(); ++k)
+        if (t.names[k].substr(0, t.names[k].find(" [")) == name) return static_cast<int>(k);
     return -1;
 }
 
-bool number(const std::string &s, float *v) {
-    if (s.empty()) return false;
-    char *end = nullptr;
-    const double d = std::strtod(s.c_str(), &end);
-    if (end == s.c_str() || *end != '\0' || !std::isfinite(d)) return false;
-    *v = static_cast<float>(d);
-    return true;
+// The unit words of data files as a reader writes them (the library's text
+// is the Western single-byte code page: \xB0 degree, \xB5 micro).
+std::string prettyName(std::string name) {
+    static const char *const units[][2] = {{"degrees_north", "\xB0N"}, {"degrees_east", "\xB0" "E"},
+                                           {"degC", "\xB0" "C"},        {"umol", "\xB5mol"}};
+    const size_t open = name.find(" [");
+    if (open == std::string::npos) return name;
+    for (const auto &u : units)
+        for (size_t at = name.find(u[0], open); at != std::string::npos; at = name.find(u[0], at + 1))
+            name.replace(at, std::strlen(u[0]), u[1]);
+    return name;
 }
 
-// Axis ticks: the labelled step and minor step for a range.
+// The colour-bar title: the unit up to its first comma, else the name.
+std::string barTitle(const std::string &pretty) {
+    const size_t open = pretty.find(" [");
+    if (open == std::string::npos) return pretty;
+    std::string unit = pretty.substr(open + 2);
+    unit = unit.substr(0, std::min(unit.find(','), unit.find(']')));
+    return unit.empty() ? pretty.substr(0, open) : unit;
+}
+
+// Contour levels at the multiples of a 1-2-5 step within [lo, hi]: the step
+// whose count comes nearest to wanted, the larger step on a tie.
+struct Levels {
+    double step = 1;
+    long first = 0, last = -1;  // level k is k * step
+};
+
+Levels chooseLevels(double lo, double hi, int wanted) {
+    Levels best;
+    long bestMiss = std::numeric_limits<long>::max();
+    double p = std::pow(10.0, std::floor(std::log10((hi - lo) / wanted)) - 1);
+    for (int decade = 0; decade < 4; ++decade, p *= 10)
+        for (double m : {1.0, 2.0, 5.0}) {
+            const double step = m * p;
+            const long first = static_cast<long>(std::ceil(lo / step - 1e-9));
+            const long last = static_cast<long>(std::floor(hi / step + 1e-9));
+            const long miss = std::labs(last - first + 1 - wanted);
+            if (miss <= bestMiss) best = {step, first, last}, bestMiss = miss;
+        }
+    return best;
+}
+
+// Axis ticks: the minor step, the labelled step and its first value.
 void ticks(float a, float b, float *first, float *tic, float *ltic) {
     float start = 0, end = 0;
     AutoScale(std::min(a, b), std::max(a, b), &start, &end, first, tic, ltic);
@@ -85,97 +113,158 @@ void ticks(float a, float b, float *first, float *tic, float *ltic) {
     *ltic = std::fabs(*ltic);
 }
 
-void writeText(KFILE ps, const std::string &s) {
-    if (ps) KFileWriteText(ps, s.c_str());
+struct PsWriter {
+    KFILE ps;
+    void operator()(const char *format, ...) const {
+        if (!ps) return;
+        char line[600];
+        std::va_list args;
+        va_start(args, format);
+        std::vsnprintf(line, sizeof line, format, args);
+        va_end(args);
+        KFileWriteText(ps, line);
+    }
+};
+
+std::string psText(const std::string &s) {
+    char text[300];
+    std::snprintf(text, sizeof text, "%s", s.c_str());
+    MkePSString(text, sizeof text);
+    return text;
 }
 
-// The PostScript axes (the library draws axes on the screen only): labels
-// every ltic along the bottom and the left side, and the titles.
-void postscriptAxes(KFILE ps, float x0, float x1, float y0, float y1, const std::string &xTitle,
-                    const std::string &yTitle, const std::string &title, float size) {
+// The PostScript twin of the screen axes: ticks, labels at the same steps
+// and thinning, and titles at the same places, from the letter height h
+// (pixels) of the font size.
+void postscriptAxes(KFILE ps, float x0, float y0, int32_t h, float size, const std::string &below,
+                    const std::string &above, const std::string &left) {
     if (!ps) return;
-    char line[512];
+    const PsWriter out{ps};
+    const float tl = static_cast<float>(static_cast<int32_t>(0.3 * h));
+    out("\n%%%%PS-OBJECT: Axes begin\ngsave 0 setgray %g setlinewidth /fill? false def\n",
+        static_cast<double>(mCGS.penWidth / VX.pixPerLength));
     float first, tic, ltic;
-    std::snprintf(line, sizeof line, "0 setgray %g SetMyFont /fill? false def\n", size);
-    writeText(ps, line);
-    ticks(x0, x1, &first, &tic, &ltic);
-    const float dy = (y1 - y0) * 0.045f, dx = (x1 - x0) * 0.02f;
-    writeText(ps, "/lorg 1 def\n");
-    for (float v = first - ltic * std::floor((first - std::min(x0, x1)) / ltic); v <= std::max(x0, x1) + 1e-3f * ltic;
-         v += ltic) {
-        std::snprintf(line, sizeof line, "(%g) 0 %g %g rotatedText\n", std::fabs(v) < 1e-5f * ltic ? 0.0 : v, v,
-                      y0 - dy * 0.4f);
-        writeText(ps, line);
+    // Along x, ticks down from y0, labels below them.
+    const double dy = tl / VY.pixPerUser;
+    ticks(VX.umin, VX.umax, &first, &tic, &ltic);
+    int32_t k0 = 0, k1 = 0;
+    for (long k = std::lround(std::ceil((std::min(VX.umin, VX.umax) - first) / tic));
+         first + k * tic <= std::max(VX.umin, VX.umax) * (1 + 1e-6f); ++k)
+        out("%g %g %g %g Line\n", first + k * tic, static_cast<double>(y0), first + k * tic, y0 + dy);
+    out("%g %g %g %g Line\n", static_cast<double>(VX.umin), static_cast<double>(y0), static_cast<double>(VX.umax),
+        static_cast<double>(y0));
+    SetAxisAnnotationPos(&k0, &k1, &ltic, first, VX.umin, VX.umax, VX.vpLength);
+    out("%g SetMyFont /lorg 1 def\n", static_cast<double>(size));
+    for (int32_t k = k0; k <= k1; ++k) {
+        float v = static_cast<float>(k * static_cast<double>(ltic) + first);
+        if (std::fabs(v / ltic) < 1e-5f) v = 0;
+        if ((v - VX.umin) * (v - VX.umax) > 1e-6f * (VX.umax - VX.umin) * (VX.umax - VX.umin)) continue;
+        out("(%g) 0 %g %g rotatedText\n", static_cast<double>(v), static_cast<double>(v), y0 + dy);
     }
-    ticks(y0, y1, &first, &tic, &ltic);
-    writeText(ps, "/lorg 7 def\n");
-    for (float v = first - ltic * std::floor((first - std::min(y0, y1)) / ltic); v <= std::max(y0, y1) + 1e-3f * ltic;
-         v += ltic) {
-        std::snprintf(line, sizeof line, "(%g) 0 %g %g rotatedText\n", std::fabs(v) < 1e-5f * ltic ? 0.0 : v,
-                      x0 - dx * 0.5f, v);
-        writeText(ps, line);
+    const double xMid = (VX.umin + VX.umax) / 2.0;
+    out("%g SetMyFont (%s) 0 %g %g rotatedText\n", 1.2 * size, psText(below).c_str(), xMid,
+        y0 + dy + 1.1 * h / VY.pixPerUser);
+    out("%g SetMyFont /lorg 2 def (%s) 0 %g %g rotatedText\n", 1.3 * size, psText(above).c_str(), xMid,
+        VY.umax + 0.01 * (VY.umax - VY.umin) - 0.45 * h / VY.pixPerUser);
+    // Along y, ticks left of x0, labels turned by 90 degrees.
+    const double e = tl / VX.pixPerUser * 1.25;
+    ticks(VY.umin, VY.umax, &first, &tic, &ltic);
+    for (long k = std::lround(std::ceil((std::min(VY.umin, VY.umax) - first) / tic));
+         first + k * tic <= std::max(VY.umin, VY.umax) * (1 + 1e-6f); ++k)
+        out("%g %g %g %g Line\n", static_cast<double>(x0), first + k * tic, x0 - tl / VX.pixPerUser, first + k * tic);
+    out("%g %g %g %g Line\n", static_cast<double>(x0), static_cast<double>(VY.umin), static_cast<double>(x0),
+        static_cast<double>(VY.umax));
+    SetAxisAnnotationPos(&k0, &k1, &ltic, first, VY.umin, VY.umax, VY.vpLength);
+    out("%g SetMyFont\n", static_cast<double>(size));
+    for (int32_t k = k0; k <= k1; ++k) {
+        float v = static_cast<float>(k * static_cast<double>(ltic) + first);
+        if (std::fabs(v / ltic) < 1e-5f) v = 0;
+        if ((v - VY.umin) * (v - VY.umax) > 1e-6f * (VY.umax - VY.umin) * (VY.umax - VY.umin)) continue;
+        out("(%g) 90 %g %g rotatedText\n", static_cast<double>(v), x0 - e, static_cast<double>(v));
     }
-    char text[256];
-    std::snprintf(text, sizeof text, "%s", xTitle.c_str());
-    MkePSString(text, sizeof text);
-    std::snprintf(line, sizeof line, "/lorg 1 def %g SetMyFont (%s) 0 %g %g rotatedText\n", 1.2 * size, text,
-                  (x0 + x1) / 2, y0 - dy * 1.6f);
-    writeText(ps, line);
-    std::snprintf(text, sizeof text, "%s", yTitle.c_str());
-    MkePSString(text, sizeof text);
-    std::snprintf(line, sizeof line, "/lorg 2 def (%s) 90 %g %g rotatedText\n", text, x0 - dx * 5.5f, (y0 + y1) / 2);
-    writeText(ps, line);
-    std::snprintf(text, sizeof text, "%s", title.c_str());
-    MkePSString(text, sizeof text);
-    std::snprintf(line, sizeof line, "/lorg 2 def %g SetMyFont (%s) 0 %g %g rotatedText\n", 1.3 * size, text,
-                  (x0 + x1) / 2, y1 + 0.01f * (y1 - y0));
-    writeText(ps, line);
+    out("%g SetMyFont (%s) 90 %g %g rotatedText\ngrestore /lorg 0 def\n%%%%PS-OBJECT: Axes end\n\n", 1.2 * size,
+        psText(left).c_str(), x0 - e - 1.1 * h / VX.pixPerUser, (VY.umin + VY.umax) / 2.0);
 }
 
 }  // namespace
 
-int sectionCommand(const SectionOptions &o) {
-    Table table;
-    if (!readTable(o.data, &table)) {
-        std::fprintf(stderr, "kestrel: cannot read %s\n", o.data.c_str());
-        return 1;
+bool readTable(const std::string &path, Table *t) {
+    std::ifstream in(path, std::ios::binary);
+    std::string line;
+    if (!in || !std::getline(in, line)) return false;
+    t->names = splitTabs(line);
+    t->rows.clear();
+    while (std::getline(in, line)) {
+        if (line.empty() || line == "\r") continue;
+        const std::vector<std::string> cells = splitTabs(line);
+        std::vector<double> row(t->names.size(), std::nan(""));
+        for (size_t k = 0; k < row.size() && k < cells.size(); ++k) row[k] = number(cells[k]);
+        t->rows.push_back(std::move(row));
     }
+    return true;
+}
+
+int sectionCommand(const Table &table, const SectionOptions &o) {
     const int cx = findColumn(table, o.x), cy = findColumn(table, o.y), cv = findColumn(table, o.value);
     for (const auto &[col, name] : {std::make_pair(cx, o.x), std::make_pair(cy, o.y), std::make_pair(cv, o.value)}) {
-        if (col < 0) {
-            std::fprintf(stderr, "kestrel: %s has no column '%s'\n", o.data.c_str(), name.c_str());
+        if (col >= 0) continue;
+        std::string known;
+        for (const std::string &n : table.names) known += (known.empty() ? "" : ", ") + n.substr(0, n.find(" ["));
+        std::fprintf(stderr, "kestrel: %s has no column '%s' (it has %s)\n", o.data.c_str(), name.c_str(),
+                     known.c_str());
+        return 2;
+    }
+    // The seafloor: the column asked for, else one named like a bottom depth.
+    int cb = -1;
+    if (o.bottom != "none") {
+        cb = o.bottom.empty() ? -1 : findColumn(table, o.bottom);
+        for (const char *name : {"Bottom", "Bot. Depth", "Bottom Depth", "Water Depth"})
+            if (o.bottom.empty() && cb < 0) cb = findColumn(table, name);
+        if (!o.bottom.empty() && cb < 0) {
+            std::fprintf(stderr, "kestrel: %s has no column '%s'\n", o.data.c_str(), o.bottom.c_str());
             return 2;
         }
     }
     std::vector<float> xs, ys, vs;
     for (const auto &row : table.rows) {
-        float x, y, v;
-        const size_t need = static_cast<size_t>(std::max({cx, cy, cv}));
-        if (row.size() <= need) continue;
-        if (number(row[static_cast<size_t>(cx)], &x) && number(row[static_cast<size_t>(cy)], &y) &&
-            number(row[static_cast<size_t>(cv)], &v)) {
-            xs.push_back(x);
-            ys.push_back(y);
-            vs.push_back(v);
-        }
+        const double x = row[static_cast<size_t>(cx)], y = row[static_cast<size_t>(cy)],
+                     v = row[static_cast<size_t>(cv)];
+        if (std::isnan(x) || std::isnan(y) || std::isnan(v) || std::fabs(x) > 1e30 || std::fabs(y) > 1e30 ||
+            std::fabs(v) > 1e30)
+            continue;
+        xs.push_back(static_cast<float>(x));
+        ys.push_back(static_cast<float>(y));
+        vs.push_back(static_cast<float>(v));
     }
     const int32_t n = static_cast<int32_t>(xs.size());
     if (n < 3) {
-        std::fprintf(stderr, "kestrel: fewer than 3 samples with %s, %s and %s\n", o.x.c_str(), o.y.c_str(),
-                     o.value.c_str());
+        std::fprintf(stderr, "kestrel: %s has %d row%s with numbers in %s, %s and %s; at least 3 are needed\n",
+                     o.data.c_str(), n, n == 1 ? "" : "s", o.x.c_str(), o.y.c_str(), o.value.c_str());
         return 1;
     }
+    const std::string xName = prettyName(table.names[static_cast<size_t>(cx)]);
+    const std::string yName = prettyName(table.names[static_cast<size_t>(cy)]);
+    const std::string vName = prettyName(table.names[static_cast<size_t>(cv)]);
+    // Depth and pressure grow downwards from the sea surface, which is on
+    // the axis when the shallowest sample is near it.
+    const bool down = yName.find("Depth") != std::string::npos || yName.find("Pressure") != std::string::npos;
     const float xmin = *std::min_element(xs.begin(), xs.end()), xmax = *std::max_element(xs.begin(), xs.end());
-    const float ymin = *std::min_element(ys.begin(), ys.end()), ymax = *std::max_element(ys.begin(), ys.end());
+    float ymin = *std::min_element(ys.begin(), ys.end());
+    const float ymax = *std::max_element(ys.begin(), ys.end());
+    if (down && ymin > 0 && ymin < 0.05f * (ymax - ymin)) ymin = 0;
     if (!(xmax > xmin) || !(ymax > ymin)) {
-        std::fprintf(stderr, "kestrel: the samples span no area\n");
+        std::fprintf(stderr, "kestrel: the samples of %s span no area in %s and %s\n", o.data.c_str(), o.x.c_str(),
+                     o.y.c_str());
         return 1;
     }
 
     // The page: 1000 x 700 pixels, 25 x 17.5 length units; the section 17 x 12.
     const int w = 1000, h = 700;
     KDC canvas = KCanvasCreate(w, h);
-    if (!canvas) return 1;
+    if (!canvas) {
+        std::fprintf(stderr, "kestrel: cannot create a %d x %d canvas\n", w, h);
+        return 1;
+    }
     hdcMem = canvas;
     Vbmp_size_cx = w;
     Vbmp_size_cy = h;
@@ -188,13 +277,19 @@ int sectionCommand(const SectionOptions &o) {
     LoadPaletteFile(canvas, o.palette.empty() ? nullptr : o.palette.c_str());
     InitmemDC();
     SetDfltFont(&mFS);
+    mFS.weight = 1;  // regular, not bold: small labels stay legible
     SetColorMode(1);
     const float vw = 17.0f, vh = 12.0f, left = 3.5f, bottom = 3.0f;
 
     // The analysis set: grid lines placed by the data density.
     OASet set;
     OAInitializeSet(&set);
-    if (!OAAllocSet(&set, vw, vh, o.columns, n)) return 1;
+    if (!OAAllocSet(&set, vw, vh, o.columns, n)) {
+        std::fprintf(stderr, "kestrel: no memory for %d samples on %d columns\n", n, o.columns);
+        KCanvasDestroy(canvas);
+        hdcMem = nullptr;
+        return 1;
+    }
     for (int32_t k = 0; k < n; ++k) {
         set.x[k] = xs[static_cast<size_t>(k)];
         set.y[k] = ys[static_cast<size_t>(k)];
@@ -219,6 +314,7 @@ int sectionCommand(const SectionOptions &o) {
     // The averaging estimate; its error is the mean squared distance of the
     // data used, in scale lengths (no data in reach: erased).
     const int32_t nx = set.nx, ny = set.ny;
+    note(o.quiet, "gridding %d samples of %s onto %d x %d nodes", n, o.value.c_str(), nx, ny);
     std::vector<float> error(static_cast<size_t>(nx) * static_cast<size_t>(ny), 1.0e10f);
     double sum = 0;
     for (float v : vs) sum += v;
@@ -234,11 +330,25 @@ int sectionCommand(const SectionOptions &o) {
         }
     }
 
-    // Colour range and contour levels from the data.
+    // Contour levels at a round step over the data, every second one
+    // labelled. A few extreme samples (0.5 % at either end) neither choose
+    // the levels nor take colours from the rest: the colour range runs from
+    // level to level around the other 99 %, and the shading saturates
+    // beyond it.
     std::vector<float> sorted = vs;
     std::sort(sorted.begin(), sorted.end());
-    float zmin = sorted[static_cast<size_t>(0.01 * (n - 1))], zmax = sorted[static_cast<size_t>(0.99 * (n - 1))];
-    if (!(zmax > zmin)) zmax = zmin + 1;
+    const float lo = sorted[static_cast<size_t>(0.005 * (n - 1))];
+    const float hi = std::max(sorted[static_cast<size_t>(0.995 * (n - 1) + 0.5)], lo + 1e-3f * (std::fabs(lo) + 1));
+    const Levels lv = chooseLevels(lo, hi, o.lines);
+    std::vector<KContourLevel> levels;
+    for (long k = lv.first; k <= lv.last; ++k) {
+        const bool major = k % 2 == 0;
+        levels.push_back({static_cast<float>(k * lv.step), 0, 0, major ? 2 : 0, major ? 1 : 0, 0, 9, 1});
+    }
+    const float zmin = static_cast<float>(std::floor(lo / lv.step - 1e-6) * lv.step);
+    const float zmax = static_cast<float>(std::ceil(hi / lv.step + 1e-6) * lv.step);
+    std::vector<float> shade(set.gridEst, set.gridEst + static_cast<size_t>(nx) * static_cast<size_t>(ny));
+    for (float &v : shade) v = std::clamp(v, zmin, zmax);
     SectionOptions opt = o;
     if (opt.autoStretch) {
         // The steepest part of the tanh stretch at the median of the data.
@@ -246,53 +356,110 @@ int sectionCommand(const SectionOptions &o) {
         opt.stretch0 = -3.0f * m;
         opt.stretch1 = 3.0f * (1.0f - m);
     }
-    CMapInitialize(zmin, zmax, opt.stretch0, opt.stretch1);
-    float start = 0, step = 0, end = 0;
-    CTSelectLines(0.0f, 1.0f, o.lines, zmin - 1e30f, &start, &step, &end);
-    std::vector<KContourLevel> levels;
-    if (step > 0)
-        for (int k = 0; k < 200 && start + k * step <= end; ++k) {
-            const float level = start + k * step;
-            if (level < sorted.front() || level > sorted.back()) continue;
-            const bool major = (k % 2) == 0;
-            levels.push_back({level, 0, major ? 0 : 1, 0, major ? 1 : 0, 0, 9, 1});
-        }
 
-    // Depth and pressure grow downwards.
-    const bool down = o.y.find("Depth") != std::string::npos || o.y.find("Pressure") != std::string::npos;
     const float yb = down ? ymax : ymin, yt = down ? ymin : ymax;
-    KFILE ps = PSOpenFile((o.name + ".ps").c_str(), o.preamble.c_str(), "%%Title: Kestrel section\n%%EndComments\n",
+    const std::string psName = o.name + ".ps";
+    KFILE ps = PSOpenFile(psName.c_str(), o.preamble.c_str(), "%%Title: Kestrel section\n%%EndComments\n",
                           "\n/frame? true def\n", 0);
-    if (!ps) std::fprintf(stderr, "kestrel: no PostScript written (preamble %s)\n", o.preamble.c_str());
+    if (!ps) note(false, "no PostScript written (cannot open %s or read the preamble %s)", psName.c_str(),
+                  o.preamble.c_str());
     if (ps) PSPalette(ps);
     UsrSys(canvas, xmin, xmax, vw, left, yb, yt, vh, bottom);
     if (ps) PSUsrSys(ps, "", xmin, xmax, vw, left, yb, yt, vh, bottom);
-    mCGS.fontSize = mCGS.defaultFontSize;
+    // Drawing a string makes its size current; every call below starts
+    // from the plot's own size.
+    const float fontSize = mCGS.defaultFontSize;
 
-    ShadeField(set.gridEst, 0, 0, set.xg, nx, set.yg, ny, opt.stretch0, opt.stretch1, zmin, zmax, canvas, ps);
+    note(o.quiet, "shading, contouring %zu levels from %g by %g, erasing", levels.size(), lv.first * lv.step,
+         lv.step);
+    ShadeField(shade.data(), 0, 0, set.xg, nx, set.yg, ny, opt.stretch0, opt.stretch1, zmin, zmax, canvas, ps);
     ContourField(set.gridEst, set.xg, nx, set.yg, ny, levels.data(), static_cast<int32_t>(levels.size()), canvas, ps);
     const int32_t white = FindClosestColor(1.0f, 1.0f, 1.0f);
     EraseField(error.data(), o.maxError, set.xg, nx, set.yg, ny, white, canvas, ps);
 
-    // Axes with titles, and the colour bar.
+    // The seafloor under the stations, dark grey, where the table has a
+    // bottom depth column: a polygon along the stations' bottom depths,
+    // closed along the lower edge of the plot, clipped to the viewport.
+    if (down && cb >= 0) {
+        std::vector<std::pair<float, float>> floor;
+        for (const auto &row : table.rows) {
+            const double x = row[static_cast<size_t>(cx)], b = row[static_cast<size_t>(cb)];
+            if (std::isfinite(x) && std::isfinite(b) && b > 0 && std::fabs(x) < 1e30 && b < 1e5)
+                floor.emplace_back(static_cast<float>(x), static_cast<float>(b));
+        }
+        std::sort(floor.begin(), floor.end());
+        floor.erase(std::unique(floor.begin(), floor.end(),
+                                [](const auto &a, const auto &b) { return a.first == b.first; }),
+                    floor.end());
+        if (floor.size() >= 2 && floor.size() <= 1400) {
+            std::vector<float> px{floor.front().first}, py{std::max(yb, floor.front().second)};
+            for (const auto &[x, b] : floor) px.push_back(x), py.push_back(b);
+            px.push_back(floor.back().first);
+            py.push_back(std::max(yb, floor.back().second));
+            const int32_t grey = FindClosestColor(0.45f, 0.45f, 0.45f);
+            SetColor(grey);
+            if (ps) PSSetColor(ps, grey);
+            ClipVWP(canvas, 1);
+            if (ps) KFileWriteText(ps, "gsave dousrclip\n");
+            KCanvasSelectBrush(canvas, mCGS.color);
+            KCanvasSelectPen(canvas, 0, 1, mCGS.color);
+            DrawPoly(canvas, ps, px.data(), py.data(), static_cast<int32_t>(px.size()), 0, 3);
+            RestoreBrush(canvas, "section");
+            RestorePen(canvas, "section");
+            if (ps) KFileWriteText(ps, "grestore\n");
+            ClipVWP(canvas, 0);
+        }
+    }
+
+    // The stations along the top: one mark per distinct x.
+    std::vector<float> stations = xs;
+    std::sort(stations.begin(), stations.end());
+    stations.erase(std::unique(stations.begin(), stations.end(),
+                               [&](float a, float b) { return b - a < 1e-4f * (xmax - xmin); }),
+                   stations.end());
+    SetMYFont(canvas, 1, fontSize, 0);
+    const int32_t letter = mCGS.tm.tmHeight;
+    const float markY = static_cast<float>(yt - 0.35 * letter / VY.pixPerUser);
+    ClipVWP(canvas, 0);
+    SetColor(0);
+    if (ps) PSSetColor(ps, 0);
+    if (stations.size() <= 80) {
+        std::vector<float> markYs(stations.size(), markY);
+        DrawSymbols(canvas, ps, stations.data(), markYs.data(), static_cast<int32_t>(stations.size()), 5, 0.18f);
+    } else {  // too many to mark apart: a short tick each
+        KCanvasSelectPen(canvas, 0, 1, mCGS.color);
+        for (float x : stations) {
+            float tx[2] = {x, x}, ty[2] = {yt, static_cast<float>(yt - 0.3 * letter / VY.pixPerUser)};
+            DrawPoly(canvas, ps, tx, ty, 2, 0, 1);
+        }
+        RestorePen(canvas, "section");
+    }
+
+    // Axes with titles (the plot title clear of the station marks), and the colour bar.
     FrameVWP(canvas, 0);
     float first, tic, ltic;
+    mCGS.fontSize = fontSize;
     ticks(xmin, xmax, &first, &tic, &ltic);
-    SetColor(0);
-    XAxisLabels(canvas, yb, first, tic, ltic, table.names[static_cast<size_t>(cx)].c_str(), o.title.c_str(), 0);
+    XAxisLabels(canvas, yb, first, tic, ltic, xName.c_str(), nullptr, 0);
+    ClipVWP(canvas, 0);  // the axes clip again when they end
+    SetLorgVal(canvas, 2);
+    const std::string title = o.title.empty() ? vName : o.title;
+    DrawString(canvas, title.c_str(), (xmin + xmax) / 2,
+               static_cast<float>(yt + 0.01 * (yt - yb) - 0.45 * letter / VY.pixPerUser), 0, 1.3f * fontSize);
+    mCGS.fontSize = fontSize;
     ticks(ymin, ymax, &first, &tic, &ltic);
-    YAxisLabels(canvas, xmin, first, tic, ltic, table.names[static_cast<size_t>(cy)].c_str(), 0);
-    postscriptAxes(ps, xmin, xmax, yb, yt, table.names[static_cast<size_t>(cx)], table.names[static_cast<size_t>(cy)],
-                   o.title, mCGS.fontSize);
-    const std::string barTitle = table.names[static_cast<size_t>(cv)].substr(0, table.names[static_cast<size_t>(cv)].find(" ["));
-    DrawColorBar(canvas, ps, barTitle.c_str(), mCGS.fontSize, xmin, xmax, vw, yb, yt, zmin,
-                 zmax, opt.stretch0, opt.stretch1);
+    YAxisLabels(canvas, xmin, first, tic, ltic, yName.c_str(), 0);
+    postscriptAxes(ps, xmin, yb, letter, fontSize, xName, title, yName);
+    DrawColorBar(canvas, ps, barTitle(vName).c_str(), fontSize, xmin, xmax, vw, yb, yt, zmin, zmax, opt.stretch0,
+                 opt.stretch1);
 
     int status = 0;
     if (ps) {
         KFileWriteText(ps, "showpage\n");
         KFileClose(ps);
-        std::printf("kestrel: wrote %s.ps\n", o.name.c_str());
+        std::printf("kestrel: wrote %s\n", psName.c_str());
+    } else {
+        status = 1;
     }
     if (KCanvasSavePNG(canvas, (o.name + ".png").c_str())) {
         std::printf("kestrel: wrote %s.png\n", o.name.c_str());
@@ -300,13 +467,15 @@ int sectionCommand(const SectionOptions &o) {
         std::fprintf(stderr, "kestrel: cannot write %s.png\n", o.name.c_str());
         status = 1;
     }
-#ifdef KESTREL_HAVE_GIF
     int32_t rect[4] = {0, 0, w - 1, h - 1};
-    if (BMPtoGIF(canvas, hBitmap, rect, (o.name + ".gif").c_str()) == 0)
+    if (BMPtoGIF(canvas, hBitmap, rect, (o.name + ".gif").c_str())) {
         std::printf("kestrel: wrote %s.gif\n", o.name.c_str());
-#endif
-    std::printf("kestrel: %d samples, %d x %d grid, %zu levels from %g by %g\n", n, nx, ny, levels.size(),
-                static_cast<double>(start), static_cast<double>(step));
+    } else {
+        std::fprintf(stderr, "kestrel: cannot write %s.gif\n", o.name.c_str());
+        status = 1;
+    }
+    std::printf("kestrel: %d samples, %zu stations, %d x %d grid, %zu levels from %g by %g\n", n, stations.size(), nx,
+                ny, levels.size(), lv.first * lv.step, lv.step);
     OAFreeSet(&set);
     DeleteMYPalette();
     KCanvasDestroy(canvas);
@@ -315,27 +484,29 @@ int sectionCommand(const SectionOptions &o) {
 }
 
 const char *const kSectionUsage =
-    "       kestrel section DATA.tsv --x COL --y COL --value COL [options] -o NAME\n"
+    "       kestrel section DATA.tsv --x COL --y COL --value COL [options] [-o NAME]\n"
     "  section grid, shade and contour one column of a tab-separated table (header line,\n"
     "          empty fields missing) over two others; writes NAME.png, NAME.gif, NAME.ps\n"
     "          (default NAME kestrel-section). A column is named in full or without its\n"
     "          unit: --y Depth finds \"Depth [m]\"; depth and pressure grow downwards.\n"
-    "    --columns N     at most N grid columns (120)      --lines N      about N contour levels (24)\n"
-    "    --percent P     scale length, % of the axis (3)   --factor F     estimator scale factor (1)\n"
-    "    --max-error E   erase where the mean squared data distance in scale lengths exceeds E (16)\n"
-    "    --title TEXT    plot title                        --stretch A B  colour stretch (steepest at the median)\n"
-    "    --preamble FILE, --palette FILE as for demo\n";
+    "  options of section and demo:\n"
+    "    -o NAME         output files NAME.png, NAME.gif, NAME.ps\n"
+    "    --title TEXT    plot title (default: the value column with its unit)\n"
+    "    --bottom COL    seafloor depth column, drawn grey under a depth section (default: a column\n"
+    "                    named Bottom, Bot. Depth, Bottom Depth or Water Depth; none: no seafloor)\n"
+    "    --lines N       about N contour levels at a 1-2-5 step, every second labelled (20)\n"
+    "    --columns N     at most N grid columns (120)\n"
+    "    --percent P     scale length at the densest node, % of the axis (3)\n"
+    "    --factor F      estimator scale factor (1)\n"
+    "    --max-error E   erase (white) where the mean squared data distance in scale lengths exceeds E (16)\n"
+    "    --stretch A B   tanh colour stretch (default: steepest at the median of the data)\n"
+    "    --preamble FILE PostScript preamble (default: kestrel.ps next to the program,\n"
+    "                    ../share/kestrel/kestrel.ps, or data/preamble/kestrel.ps of the source tree)\n"
+    "    --palette FILE  palette file, \"index red green blue\" lines (default: the built-in palette)\n"
+    "    -q, --quiet     no progress messages on stderr\n";
 
-int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble) {
-    SectionOptions o;
-    std::string preamble;
-    auto need = [&](int &i, int count) {
-        if (i + count >= argc) {
-            std::fprintf(stderr, "kestrel: %s needs %d value%s\n", argv[i], count, count > 1 ? "s" : "");
-            return false;
-        }
-        return true;
-    };
+int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *o, std::string *preamble,
+                        const char *help) {
     auto toFloat = [](const char *s, float *v) {
         char *end = nullptr;
         const double d = std::strtod(s, &end);
@@ -345,40 +516,44 @@ int sectionMain(int argc, char **argv, const std::function<std::string(const std
     };
     for (int i = 0; i < argc; ++i) {
         const std::string a = argv[i];
+        const int values = a == "--stretch" ? 2
+                           : (a == "--x" || a == "--y" || a == "--value" || a == "-o" || a == "--title" ||
+                              a == "--preamble" || a == "--palette" || a == "--columns" || a == "--lines" ||
+                              a == "--percent" || a == "--factor" || a == "--max-error" || a == "--bottom")
+                               ? 1
+                               : 0;
+        if (values && i + values >= argc) {
+            std::fprintf(stderr, "kestrel: %s needs %s\n", a.c_str(), values > 1 ? "two values" : "a value");
+            return 2;
+        }
         bool ok = true;
-        if (a == "--x" || a == "--y" || a == "--value" || a == "-o" || a == "--title" || a == "--preamble" ||
-            a == "--palette") {
-            if (!need(i, 1)) return 2;
-            const std::string v = argv[++i];
-            if (a == "--x") o.x = v;
-            else if (a == "--y") o.y = v;
-            else if (a == "--value") o.value = v;
-            else if (a == "-o") o.name = v;
-            else if (a == "--title") o.title = v;
-            else if (a == "--preamble") preamble = v;
-            else o.palette = v;
+        float v = 0;
+        if (a == "--help" || a == "-h") {
+            std::fputs(help, stdout);
+            return 0;
+        } else if (a == "-q" || a == "--quiet") {
+            o->quiet = true;
+        } else if (acceptData && (a == "--x" || a == "--y" || a == "--value")) {
+            (a == "--x" ? o->x : a == "--y" ? o->y : o->value) = argv[++i];
+        } else if (a == "--bottom") {
+            o->bottom = argv[++i];
+        } else if (a == "-o" || a == "--title" || a == "--preamble" || a == "--palette") {
+            (a == "-o" ? o->name : a == "--title" ? o->title : a == "--preamble" ? *preamble : o->palette) = argv[++i];
+            ok = !(a == "-o" && o->name.empty());
         } else if (a == "--columns" || a == "--lines") {
-            if (!need(i, 1)) return 2;
-            float v = 0;
-            ok = toFloat(argv[++i], &v) && v >= 2 && v <= 1499;
-            if (a == "--columns") o.columns = static_cast<int32_t>(v);
-            else o.lines = static_cast<int32_t>(v);
+            ok = toFloat(argv[++i], &v) && v >= 2 && v <= (a == "--lines" ? 200 : 1499);
+            (a == "--columns" ? o->columns : o->lines) = static_cast<int32_t>(v);
         } else if (a == "--percent" || a == "--factor" || a == "--max-error") {
-            if (!need(i, 1)) return 2;
-            float v = 0;
             ok = toFloat(argv[++i], &v) && v > 0;
-            if (a == "--percent") o.percent = v;
-            else if (a == "--factor") o.factor = v;
-            else o.maxError = v;
+            (a == "--percent" ? o->percent : a == "--factor" ? o->factor : o->maxError) = v;
         } else if (a == "--stretch") {
-            if (!need(i, 2)) return 2;
-            ok = toFloat(argv[i + 1], &o.stretch0) && toFloat(argv[i + 2], &o.stretch1) && o.stretch0 != o.stretch1;
-            o.autoStretch = false;
+            ok = toFloat(argv[i + 1], &o->stretch0) && toFloat(argv[i + 2], &o->stretch1) && o->stretch0 != o->stretch1;
+            o->autoStretch = false;
             i += 2;
-        } else if (!a.empty() && a[0] != '-' && o.data.empty()) {
-            o.data = a;
+        } else if (acceptData && !a.empty() && a[0] != '-' && o->data.empty()) {
+            o->data = a;
         } else {
-            std::fprintf(stderr, "kestrel: unknown option '%s'\n", a.c_str());
+            std::fprintf(stderr, "kestrel: unknown option '%s' (try kestrel --help)\n", a.c_str());
             return 2;
         }
         if (!ok) {
@@ -386,11 +561,24 @@ int sectionMain(int argc, char **argv, const std::function<std::string(const std
             return 2;
         }
     }
+    return -1;
+}
+
+int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble) {
+    SectionOptions o;
+    std::string preamble;
+    const std::string help = std::string(kDemoUsage) + kSectionUsage;
+    const int status = parseSectionOptions(argc, argv, true, &o, &preamble, help.c_str());
+    if (status >= 0) return status;
     if (o.data.empty() || o.x.empty() || o.y.empty() || o.value.empty()) {
-        std::fprintf(stderr, "usage: %s", kSectionUsage);
+        std::fprintf(stderr, "kestrel: section needs a table and --x, --y and --value (try kestrel --help)\n");
         return 2;
     }
-    if (o.title.empty()) o.title = o.value;
     o.preamble = findPreamble(preamble);
-    return sectionCommand(o);
+    Table table;
+    if (!readTable(o.data, &table)) {
+        std::fprintf(stderr, "kestrel: cannot read %s\n", o.data.c_str());
+        return 1;
+    }
+    return sectionCommand(table, o);
 }

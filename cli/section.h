@@ -1,33 +1,62 @@
-// kestrel section: options and the command.
+// kestrel section: options, the table it draws from, and the command.
 #ifndef KESTREL_CLI_SECTION_H
 #define KESTREL_CLI_SECTION_H
 
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
+
+// A table in memory: column names (units in square brackets, "Depth [m]")
+// and rows of numbers, NaN where a field is empty or not a number.
+struct Table {
+    std::vector<std::string> names;
+    std::vector<std::vector<double>> rows;
+};
+
+// Reads a tab-separated table with a header line; false when the file cannot
+// be read or has no header.
+bool readTable(const std::string &path, Table *table);
 
 struct SectionOptions {
     std::string data, x, y, value;
+    std::string bottom;        // seafloor depth column; empty: found by name, "none": no seafloor
     std::string name = "kestrel-section";
     std::string preamble, palette, title;
     int32_t columns = 120;     // grid columns at most
     float percent = 3.0f;      // scale length at the densest node, % of the axis range
     float factor = 1.0f;       // scale factor of the estimator
     float maxError = 16.0f;    // erase where the mean squared data distance exceeds this
-    int32_t lines = 24;        // about this many contour levels
+    int32_t lines = 20;        // about this many contour levels
     bool autoStretch = true;   // contrast where the data are: steepest at their median
     float stretch0 = -1.5f, stretch1 = 1.5f;
+    bool quiet = false;        // no progress on stderr
 };
 
-// Returns the process exit status.
-int sectionCommand(const SectionOptions &options);
+// Grids, shades, contours and erases column o.value of the table over o.x
+// and o.y and writes o.name + ".png", ".gif" and ".ps". Returns the process
+// exit status; every failure is one line on stderr.
+int sectionCommand(const Table &table, const SectionOptions &options);
 
-// "kestrel section DATA.tsv --x COL --y COL --value COL [options] -o NAME":
-// argv holds what follows the command word; findPreamble maps the
-// --preamble argument (may be empty) to the file to use.
+// Parses the options shared by "section" and "demo" (argv holds what follows
+// the command word). The first word without a dash becomes options->data
+// when acceptData is set. Returns -1 to go on, else the exit status (0 after
+// --help, which prints help()).
+int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *options, std::string *preamble,
+                        const char *help);
+
+// "kestrel section DATA.tsv --x COL --y COL --value COL [options] -o NAME";
+// findPreamble maps the --preamble argument (may be empty) to the file to use.
 int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble);
 
-// The usage lines of the command.
+// "kestrel demo [options] [-o NAME]": the section of a synthetic table.
+int demoMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble);
+
+// The synthetic section of the demo (same seed, same table).
+Table demoTable(uint32_t seed);
+
+// The usage lines of the commands.
 extern const char *const kSectionUsage;
+extern const char *const kDemoUsage;
 
 #endif

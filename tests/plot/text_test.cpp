@@ -1,5 +1,6 @@
 // The string layout, measured on its boxes and character positions rather
 // than on glyph pixels: label origins, rotation, sub- and superscripts.
+#include <algorithm>
 #include <cmath>
 #include <string>
 #include <vector>
@@ -163,6 +164,29 @@ TEST_F(TextTest, StringBoxesAreFilledAndFramed) {
     EXPECT_EQ(mCGS.color, 0x00FFFFu);
     EXPECT_EQ(kt::picturePixel(dc, dli.box[0].x + 3, dli.box[0].y - 3), 0xFFFF00u);  // cyan fill
     EXPECT_EQ(kt::picturePixel(dc, dli.box[1].x, dli.box[1].y), 0x0000FFu);        // red frame
+}
+
+// Turned text keeps its size: the glyphs of a string drawn at 90 degrees
+// cover the same extent, turned, as at 0 degrees (axis labels on the left
+// of a plot must match those below it).
+TEST_F(TextTest, TurnedGlyphsKeepTheirSize) {
+    SetLorgVal(dc, 0);
+    DrawString(dc, "8808", 2.5f, 2.5f, 0, 20);
+    DrawString(dc, "8808", 7.5f, 2.5f, 90, 20);
+    auto extent = [&](int x0, int x1) {
+        int left = 400, right = -1, top = 300, bottom = -1;
+        for (int y = 0; y < 300; ++y)
+            for (int x = x0; x < x1; ++x)
+                if (kt::picturePixel(dc, x, y) != 0xFFFFFFu) {
+                    left = std::min(left, x), right = std::max(right, x);
+                    top = std::min(top, y), bottom = std::max(bottom, y);
+                }
+        return std::make_pair(right - left + 1, bottom - top + 1);
+    };
+    const auto flat = extent(0, 200), turned = extent(200, 400);
+    EXPECT_GT(flat.first, 40);
+    EXPECT_NEAR(turned.second, flat.first, 2);
+    EXPECT_NEAR(turned.first, flat.second, 2);
 }
 
 }  // namespace

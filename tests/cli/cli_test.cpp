@@ -1,0 +1,158 @@
+// The kestrel program, run as a user runs it: the demo and a real section
+// end to end (exit status, the three files, the GIF decoded by giflib and
+// the PostScript rendered by Ghostscript against the PNG, where the colours
+// lie), and bad invocations (one line on stderr, a non-zero status).
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "../gif/decoders.h"
+#include "common/picture.h"
+#include "common/render.h"
+#include "common/testing.h"
+
+namespace {
+
+struct Outcome {
+    int status = -1;
+    std::string out, err;
+};
+
+Outcome kestrel(const std::string &dir, const std::string &args) {
+    const std::string cmd = "cd '" + dir + "' && '" KESTREL_CLI_PATH "' " + args + " >out.txt 2>err.txt";
+    Outcome r;
+    const int w = std::system(cmd.c_str());
+    r.status = WIFEXITED(w) ? WEXITSTATUS(w) : -1;
+    r.out = kt::readFile(dir + "/out.txt");
+    r.err = kt::readFile(dir + "/err.txt");
+    return r;
+}
+
+kt::Image gifImage(const gt::DecodedGif &g) {
+    kt::Image im;
+    im.w = g.width;
+    im.h = g.height;
+    for (uint8_t i : g.pixels)
+        im.px.push_back(g.colours[3u * i] | g.colours[3u * i + 1] << 8 | static_cast<uint32_t>(g.colours[3u * i + 2]) << 16);
+    return im;
+}
+
+int luminance(uint32_t c) { return ((c & 255) * 3 + (c >> 8 & 255) * 6 + (c >> 16 & 255)) / 10; }
+
+// The three files of NAME: the PNG is the 1000 x 700 page, the GIF holds
+// the same picture in palette colours, the PostScript draws it again.
+void checkOutputs(const std::string &dir, const std::string &name, kt::Image *png) {
+    ASSERT_TRUE(kt::loadPNG(dir + "/" + name + ".png", png));
+    ASSERT_EQ(png->w, 1000);
+    ASSERT_EQ(png->h, 700);
+    if (gt::haveGiflib()) {
+        const gt::DecodedGif g = gt::decodeWithGiflib(dir + "/" + name + ".gif");
+        ASSERT_TRUE(g.ok) << g.error;
+        EXPECT_EQ(g.width, 1000);
+        EXPECT_EQ(g.height, 700);
+        EXPECT_LT(kt::compareImages(gifImage(g), *png, 0, 40).share, 0.01) << name << ".gif";
+    }
+    const std::string ps = kt::readFile(dir + "/" + name + ".ps");
+    for (const char *object : {"ShadedField", "ContourLines", "ErasedField", "ColorBar", "Axes"})
+        EXPECT_NE(ps.find(std::string("%%PS-OBJECT: ") + object + " begin"), std::string::npos) << object;
+    if (kt::ghostscript().empty()) return;
+    std::string log;
+    const std::string rendered = dir + "/" + name + "-ps.png";
+    ASSERT_TRUE(kt::renderPostScript(dir + "/" + name + ".ps", 1000, 700, 2.54 * 40, rendered, &log)) << log;
+    kt::Image fromPs;
+    ASSERT_TRUE(kt::loadPNG(rendered, &fromPs));
+    // Fonts differ between the canvas and Ghostscript; everything else lines up.
+    EXPECT_LT(kt::compareImages(*png, fromPs, 2, 40).share, 0.03) << name << ".ps against the PNG";
+}
+
+// Pixel of user point (x, y) of a plot over [x0, x1] x [ytop, ybottom]:
+// the section's viewport is 680 x 480 pixels from (140, 100).
+uint32_t at(const kt::Image &im, double x, double y, double x0, double x1, double ytop, double ybottom) {
+    return im.at(140 + static_cast<int>((x - x0) / (x1 - x0) * 680), 100 + static_cast<int>((y - ytop) / (ybottom - ytop) * 480));
+}
+
+TEST(Cli, DemoRunsEndToEndAndRepeatsItself) {
+    const std::string dir = kt::scratchDir("cli_demo");
+    const Outcome r = kestrel(dir, "demo -o demo");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("wrote demo.gif"), std::string::npos) << r.out;
+    EXPECT_NE(r.err.find("gridding"), std::string::npos) << "progress on stderr";
+    kt::Image png;
+    checkOutputs(dir, "demo", &png);
+    // Warm surface water in the gyre over cold deep water, the ridge in grey.
+    const uint32_t surface = at(png, 5500, 50, 0, 5800, 0, 5360), deep = at(png, 5500, 3000, 0, 5800, 0, 5360);
+    EXPECT_GT(luminance(surface), luminance(deep) + 80);
+    EXPECT_EQ(at(png, 3100, 5000, 0, 5800, 0, 5360), at(png, 3000, 4500, 0, 5800, 0, 5360));
+    // The same seed, the same picture; another seed, another.
+    ASSERT_EQ(kestrel(dir, "demo -q -o again").status, 0);
+    EXPECT_EQ(kt::readFile(dir + "/again.ps"), kt::readFile(dir + "/demo.ps"));
+    ASSERT_EQ(kestrel(dir, "demo -q --seed 7 -o other").status, 0);
+    EXPECT_NE(kt::readFile(dir + "/other.ps"), kt::readFile(dir + "/demo.ps"));
+}
+
+TEST(Cli, GoShipSectionOfThreeProperties) {
+    const std::string data = kt::dataPath("samples/go-ship_p18_2016.tsv");
+    KT_REQUIRE_FILE(data);
+    const std::string dir = kt::scratchDir("cli_p18");
+    for (const char *value : {"Temperature", "Salinity", "Oxygen"}) {
+        SCOPED_TRACE(value);
+        const Outcome r = kestrel(dir, "section '" + data + "' --x Latitude --y Depth --value " + value + " -q -o " + value);
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(r.err, "");
+        // About 20 levels at a 1-2-5 step.
+        const size_t p = r.out.find(" levels from ");
+        ASSERT_NE(p, std::string::npos) << r.out;
+        const int count = std::atoi(r.out.c_str() + r.out.rfind(' ', p - 1) + 1);
+        const double step = std::atof(r.out.c_str() + r.out.find(" by ", p) + 4);
+        EXPECT_TRUE(count >= 15 && count <= 25) << r.out;
+        double mantissa = step;
+        while (mantissa >= 10) mantissa /= 10;
+        while (mantissa < 1) mantissa *= 10;
+        EXPECT_TRUE(std::abs(mantissa - 1) < 1e-6 || std::abs(mantissa - 2) < 1e-6 || std::abs(mantissa - 5) < 1e-6)
+            << step;
+        kt::Image png;
+        checkOutputs(dir, value, &png);
+        if (std::string(value) == "Temperature") {  // warm at the surface at 20 S, depth down
+            const uint32_t surface = at(png, -20, 30, -70.0012, 22.8696, 0, 5365),
+                           deep = at(png, -20, 3000, -70.0012, 22.8696, 0, 5365);
+            EXPECT_GT(luminance(surface), luminance(deep) + 100);
+        }
+    }
+}
+
+TEST(Cli, BadInvocationsSayWhatIsWrongInOneLine) {
+    const std::string dir = kt::scratchDir("cli_bad");
+    kt::writeFile(dir + "/words.tsv", "Latitude\tDepth [m]\tTemperature\nnorth\tdeep\twarm\n1\t2\t\n");
+    const struct {
+        const char *args, *says;
+    } cases[] = {
+        {"section nothere.tsv --x a --y b --value c", "cannot read nothere.tsv"},
+        {"section words.tsv --x Latitude --y Depth --value Oxygen", "has no column 'Oxygen'"},
+        {"section words.tsv --x Latitude --y Depth --value Temperature", "has 0 rows with numbers"},
+        {"section words.tsv --x Latitude --y Depth --value Temperature --bogus", "unknown option '--bogus'"},
+        {"section words.tsv --x Latitude", "needs a table and --x, --y and --value"},
+        {"section words.tsv --x Latitude --y Depth --value Temperature --lines", "--lines needs a value"},
+        {"section words.tsv --x Latitude --y Depth --value Temperature --lines many", "bad value for --lines"},
+        {"demo --x Depth", "unknown option '--x'"},
+        {"demo --seed -3", "--seed needs a whole number"},
+        {"frobnicate", "unknown command 'frobnicate'"},
+        {"", "no command"},
+    };
+    for (const auto &c : cases) {
+        const Outcome r = kestrel(dir, c.args);
+        EXPECT_NE(r.status, 0) << c.args;
+        EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << c.args << ": " << r.err;
+        EXPECT_NE(r.err.find(c.says), std::string::npos) << c.args << ": " << r.err;
+    }
+    EXPECT_FALSE(kt::fileExists(dir + "/kestrel-section.png"));
+    for (const char *help : {"--help", "section --help", "demo -h"}) {
+        const Outcome r = kestrel(dir, help);
+        EXPECT_EQ(r.status, 0) << help;
+        for (const char *word : {"kestrel demo", "kestrel section", "--max-error", "--bottom", "--seed"})
+            EXPECT_NE(r.out.find(word), std::string::npos) << help << " lacks " << word;
+    }
+}
+
+}  // namespace
