@@ -12,6 +12,7 @@
 #include "util.h"
 #include "canvas.h"
 #include "projection.h"
+#include "maps.h"
 #include "la.h"
 #include "fit.h"
 #include "oa.h"
