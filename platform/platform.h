@@ -89,6 +89,7 @@ long fileWrite(KFILE f, const void *data, size_t n);  // bytes written, -1 on er
 long fileRead(KFILE f, void *data, size_t n);         // bytes read, -1 on error
 int64_t fileSeek(KFILE f, int64_t offset, int origin); // origin 0 begin, 1 current, 2 end
 void fileClose(KFILE f);
+KFILE fileOpenAlways(const char *path);   // read/write, shared; created when absent, never truncated
 inline long fileWriteText(KFILE f, const char *s) {
     size_t n = 0;
     while (s[n]) ++n;
@@ -137,6 +138,14 @@ bool fillRect(KDC dc, const Rect *r, KBRUSH brush);
 KCOLORREF setPixel(KDC dc, int x, int y, KCOLORREF colour);
 KCOLORREF getPixel(KDC dc, int x, int y);  // kInvalidColor outside the picture or clip
 int setPolyFillMode(KDC dc, int mode);
+// Reads the picture of bitmap (the one selected into dc; on POSIX the canvas
+// itself, bitmap may be null) as width x height palette indices, top-down,
+// row after row, into out. On Windows the pixels come through GetDIBits in
+// palette-index mode against the palette selected into dc; on POSIX each
+// pixel becomes the first of the mCGS.paletteSize entries of Vcolor nearest
+// to its colour. Pixels outside the picture read as 0. False when the
+// picture cannot be read (out is then all 0).
+bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, uint8_t *out);
 
 // Paths.
 bool beginPath(KDC dc);

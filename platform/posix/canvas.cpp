@@ -693,6 +693,62 @@ int setPolyFillMode(KDC c, int mode) {
     return old;
 }
 
+// The canvas keeps colours, not indices: each distinct colour is matched once
+// against the palette (exact colours find their first entry, the in-between
+// shades of antialiased text their nearest one) and the answer is cached.
+bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, uint8_t *out) {
+    if (!out || width <= 0 || height <= 0) return false;
+    const size_t w = static_cast<size_t>(width), h = static_cast<size_t>(height);
+    std::memset(out, 0, w * h);
+    if (!c) return false;
+    const int n = std::clamp(static_cast<int>(mCGS.paletteSize), 0, 256);
+    if (n == 0) return true;  // every pixel is entry 0
+    auto nearest = [n](uint32_t rgb) {
+        const int r = static_cast<int>((rgb >> 16) & 0xFF), g = static_cast<int>((rgb >> 8) & 0xFF),
+                  b = static_cast<int>(rgb & 0xFF);
+        int best = 0, bestD = 1 << 30;
+        for (int i = 0; i < n && bestD > 0; ++i) {
+            const int dr = r - Vcolor[i][0], dg = g - Vcolor[i][1], db = b - Vcolor[i][2];
+            const int d = dr * dr + dg * dg + db * db;
+            if (d < bestD) {
+                bestD = d;
+                best = i;
+            }
+        }
+        return static_cast<uint8_t>(best);
+    };
+    // Direct-mapped cache of colour -> index; bit 24 marks a filled slot.
+    constexpr unsigned kBits = 12;
+    std::vector<uint32_t> key(1u << kBits, 0);
+    std::vector<uint8_t> value(1u << kBits, 0);
+    cairo_surface_flush(c->surface);
+    const unsigned char *data = cairo_image_surface_get_data(c->surface);
+    const size_t stride = static_cast<size_t>(cairo_image_surface_get_stride(c->surface));
+    const size_t rows = std::min(h, static_cast<size_t>(c->h)), cols = std::min(w, static_cast<size_t>(c->w));
+    uint32_t last = 0xFFFFFFFFu;
+    uint8_t lastIndex = 0;
+    for (size_t y = 0; y < rows; ++y) {
+        const unsigned char *src = data + y * stride;
+        uint8_t *dst = out + y * w;
+        for (size_t x = 0; x < cols; ++x) {
+            uint32_t px;
+            std::memcpy(&px, src + x * 4, 4);
+            px = (px & 0xFFFFFFu) | 0x1000000u;
+            if (px != last) {
+                const uint32_t slot = (px * 0x9E3779B1u) >> (32 - kBits);
+                if (key[slot] != px) {
+                    key[slot] = px;
+                    value[slot] = nearest(px);
+                }
+                last = px;
+                lastIndex = value[slot];
+            }
+            dst[x] = lastIndex;
+        }
+    }
+    return true;
+}
+
 bool beginPath(KDC c) {
     if (!c) return false;
     c->recording = true;

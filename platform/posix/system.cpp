@@ -137,4 +137,9 @@ void fileClose(KFILE f) {
     delete f;
 }
 
+KFILE fileOpenAlways(const char *path) {
+    int fd = ::open(path, O_RDWR | O_CREAT, 0666);
+    return fd < 0 ? nullptr : new KFile_{fd};
+}
+
 }  // namespace kestrel::plat

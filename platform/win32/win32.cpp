@@ -94,6 +94,11 @@ void fileClose(KFILE f) {
     if (f) CloseHandle(static_cast<HANDLE>(f));
 }
 
+KFILE fileOpenAlways(const char *path) {
+    return wrap(CreateFileA(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                            OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
 // ---- User interface ----------------------------------------------------------------
 
 static HWND W(KWND w) { return reinterpret_cast<HWND>(w); }
@@ -225,6 +230,48 @@ bool fillRect(KDC dc, const Rect *r, KBRUSH brush) {
 KCOLORREF setPixel(KDC dc, int x, int y, KCOLORREF c) { return SetPixel(D(dc), x, y, c); }
 KCOLORREF getPixel(KDC dc, int x, int y) { return GetPixel(D(dc), x, y); }
 int setPolyFillMode(KDC dc, int mode) { return SetPolyFillMode(D(dc), mode); }
+
+bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, uint8_t *out) {
+    if (!out || width <= 0 || height <= 0) return false;
+    const size_t w = static_cast<size_t>(width), h = static_cast<size_t>(height);
+    std::memset(out, 0, w * h);
+    HBITMAP bmp = bitmap ? reinterpret_cast<HBITMAP>(bitmap)
+                         : static_cast<HBITMAP>(GetCurrentObject(D(dc), OBJ_BITMAP));
+    if (!dc || !bmp) return false;
+    // An 8-bit top-down DIB whose colour table GetDIBits fills with 16-bit
+    // indices into the logical palette selected into dc (DIB_PAL_COLORS).
+    struct {
+        BITMAPINFOHEADER header;
+        WORD colours[256];
+    } info{};
+    const size_t stride = ((w * 8 + 31) / 32) * 4;
+    info.header.biSize = sizeof(BITMAPINFOHEADER);
+    info.header.biWidth = width;
+    info.header.biHeight = -height;
+    info.header.biPlanes = 1;
+    info.header.biBitCount = 8;
+    info.header.biCompression = BI_RGB;
+    info.header.biSizeImage = static_cast<DWORD>(stride * h);
+    HGLOBAL mem = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, stride * h);
+    if (!mem) return false;
+    auto *bits = static_cast<uint8_t *>(GlobalLock(mem));
+    int lines = bits ? GetDIBits(D(dc), bmp, 0, static_cast<UINT>(height), bits,
+                                 reinterpret_cast<BITMAPINFO *>(&info), DIB_PAL_COLORS)
+                     : 0;
+    if (lines > 0) {
+        uint8_t map[256];
+        for (int i = 0; i < 256; ++i) map[i] = info.colours[i] < 256 ? static_cast<uint8_t>(info.colours[i]) : 0;
+        const size_t rows = static_cast<size_t>(lines) < h ? static_cast<size_t>(lines) : h;
+        for (size_t y = 0; y < rows; ++y) {
+            const uint8_t *src = bits + y * stride;
+            uint8_t *dst = out + y * w;
+            for (size_t x = 0; x < w; ++x) dst[x] = map[src[x]];
+        }
+    }
+    if (bits) GlobalUnlock(mem);
+    GlobalFree(mem);
+    return lines > 0;
+}
 
 bool beginPath(KDC dc) { return BeginPath(D(dc)) != 0; }
 bool endPath(KDC dc) { return EndPath(D(dc)) != 0; }
