@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "cli/commands.h"
 #include "kestrel/kestrel.h"
 
 namespace {
@@ -10,7 +11,10 @@ namespace {
 int usage(std::FILE *to) {
     std::fprintf(to,
                  "usage: kestrel demo [-o NAME]\n"
-                 "  demo    draw the built-in demonstration picture into NAME.png (default kestrel-demo)\n");
+                 "       kestrel map [options] -o NAME\n"
+                 "  demo    draw the built-in demonstration picture into NAME.png (default kestrel-demo)\n"
+                 "  map     draw a map with coastlines and stations as NAME.png, NAME.gif, NAME.ps\n"
+                 "          (kestrel map --help for its options)\n");
     return to == stderr ? 2 : 0;
 }
 
@@ -51,6 +55,7 @@ int main(int argc, char **argv) {
     if (argc < 2) return usage(stderr);
     const std::string cmd = argv[1];
     if (cmd == "--help" || cmd == "-h" || cmd == "help") return usage(stdout);
+    if (cmd == "map") return mapCommand(argc - 2, argv + 2);
     std::string out = "kestrel-demo";
     for (int i = 2; i < argc; ++i) {
         if (std::strcmp(argv[i], "-o") == 0 && i + 1 < argc) {

@@ -211,6 +211,7 @@ void mapAxisLabels(KDC dc, float pos, float origin, float tick, float step, bool
     const int32_t lorg0 = mCGS.lorg, fill0 = mCGS.fill, box0 = mCGS.boxFrame;
     mCGS.boxFrame = 0;
     SetDoFill(dc, 0);
+    ClipVWP(dc, 0);  // band and labels stand outside the viewport
     const int32_t h = letterHeight(dc);
     drawBand(dc, origin, tick, alongX);
     const KAxis &a = alongX ? VX : VY;
