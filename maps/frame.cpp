@@ -515,7 +515,9 @@ KESTREL_API void KESTREL_CALL DrawMapFrame(KDC dc, KFILE psFile, float lonMin, f
             nearestAbs = std::fabs(lat);
             nearest = lat;
         }
-        DrawLatLabel(dc, psFile, labelLon, lat, r, fontSize, lorg);
+        // Behind the horizon of a general orthographic map a label would be
+        // pushed onto the rim among its neighbours: it is left out.
+        if (proj != 5 || IsInsideGlobalMapDomain(labelLon, lat)) DrawLatLabel(dc, psFile, labelLon, lat, r, fontSize, lorg);
         if (drawGrid) DrawParallel(dc, psFile, lonMin, lonMax, lat, kGraticulePoints, 0);
     }
     const float labelLat = LonMapLabelYPos(lonMin, lonMax, latMin, latMax, nearest, nearestAbs, &lorg, proj,
@@ -526,7 +528,7 @@ KESTREL_API void KESTREL_CALL DrawMapFrame(KDC dc, KFILE psFile, float lonMin, f
         const float lon = static_cast<float>(k) * lonStep + lonOrigin;
         const float f = (lon - lonMin) / r;
         if (!(f >= 0.0f && f <= limit)) continue;
-        DrawLonLabel(dc, psFile, lon, labelLat, r, fontSize, lorg);
+        if (proj != 5 || IsInsideGlobalMapDomain(lon, labelLat)) DrawLonLabel(dc, psFile, lon, labelLat, r, fontSize, lorg);
         if (drawGrid) DrawMeridian(dc, psFile, latMin, latMax, lon, kGraticulePoints, 0);
     }
     if (dc) ClipVWP(dc, 1);
