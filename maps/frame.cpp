@@ -158,6 +158,7 @@ void drawBand(KDC dc, float origin, float tick, bool alongX) {
     const int32_t w = truncPixel(t * VX.pixPerLength);
     const int32_t left = VX.lowPix, right = VX.highPix, top = VY.highPix, bottom = VY.lowPix;
     KPALETTE previous = ActivateMyPalette(dc);
+    ClipVWP(dc, 0);  // the band lies outside the viewport
     plat::selectObject(dc, plat::createPen(plat::PenSolid, 1, mCGS.color));
     KBRUSH white = plat::createSolidBrush(plat::rgb(255, 255, 255));
     KBRUSH dark = plat::createSolidBrush(mCGS.color);
@@ -194,6 +195,7 @@ void drawBand(KDC dc, float origin, float tick, bool alongX) {
     plat::deleteObject(dark);
     RestorePen(dc, alongX ? "DrawXMapFrame" : "DrawYMapFrame");
     RestorePalette(dc, previous, alongX ? "DrawXMapFrame" : "DrawYMapFrame");
+    if (mCGS.clip) ClipVWP(dc, 1);
 }
 
 // Height [pixels] of "H" in the current font size.

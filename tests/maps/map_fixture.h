@@ -37,7 +37,7 @@ void closeFile(KFILE f);
 }  // namespace kt
 
 class MapTest : public kt::ProjFixture {
-protected:
+public:
     void SetUp() override;
     void TearDown() override;
     // Lays the map out in the area (areaX, areaY, areaW, areaH) [page units]
