@@ -14,6 +14,7 @@
 #include <cstring>
 #include <vector>
 
+#include "contour/colour_lookup.h"
 #include "contour/internal.h"
 #include "kestrel/colour.h"
 #include "kestrel/contour.h"
@@ -111,44 +112,125 @@ bool cellsOk(const float *field, const float *xc, int32_t nx, const float *yc, i
     return field && xc && yc && nx >= 1 && ny >= 1 && nx <= kMaxCells && ny <= kMaxCells;
 }
 
-// Paints the cells of row j for which paint(i) gives a colour index (or -1
-// for none; painted(i) says the same without the colour), in column order,
-// as FillRect of (x(b_i), y(b_j+1)) to (x(b_i+1) + 1, y(b_j)). A cell whose
-// pixels the next painted cell of the row covers completely is left out, and
-// neighbours of one colour are merged: the picture is the same, with far
-// fewer fills where cells are narrower than a pixel.
-template <class Paint, class Painted, class Brush>
-void paintRow(KDC dc, int32_t j, int32_t nx, Paint &&paint, Painted &&painted, Brush &&brush) {
-    const int32_t top = Vip[j + 1][1], bottom = Vip[j][1];
-    if (top >= bottom) return;  // a cell of no height paints nothing
-    int32_t runColour = -1, runLeft = 0, runRight = 0;
-    auto flush = [&] {
-        if (runColour < 0) return;
-        const plat::Rect r{runLeft, top, runRight, bottom};
-        plat::fillRect(dc, &r, brush(runColour));
-        runColour = -1;
-    };
-    for (int32_t i = 0; i < nx; ++i) {
-        const int32_t left = Vip[i][0], right = Vip[i + 1][0] + 1;
-        // Hidden under the next cell: [left, right) lies inside that cell's
-        // [Vip[i+1], Vip[i+2] + 1).
-        if (i + 1 < nx && left == Vip[i + 1][0] && Vip[i + 2][0] >= Vip[i + 1][0] && painted(i + 1)) continue;
-        const int32_t c = paint(i);
-        if (c < 0) {
-            flush();
-            continue;
+// Paints cells: cell (i, j) is FillRect of (x(b_i), y(b_j+1)) to
+// (x(b_i+1) + 1, y(b_j)) in the colour paint(i) gives (-1: not painted;
+// painted(i) says the same without the colour), cells in row order. The
+// picture is that of one fill per cell, made with far fewer fills:
+//   - a cell whose pixels the next painted cell of its row covers completely
+//     is left out (cells narrower than a pixel), and neighbours of one colour
+//     are merged into one rectangle;
+//   - when the boundary pixels run one way (the normal case), each rectangle
+//     gives up its last column where the next one in the row starts (which
+//     would paint over it), so no two rectangles overlap, and the rectangles
+//     of one colour are then filled together in one call.
+// Otherwise rectangles are filled one by one in order. A rectangle given
+// reversed (y growing downwards in a section in depth, x to the left) covers
+// the pixels between its edges, as GDI's fill of a reversed rectangle does.
+class CellPainter {
+public:
+    CellPainter(KDC dc, int32_t nx, int32_t ny, const char *brushError)
+        : dc_(dc), brushError_(brushError) {
+        bool xUp = true, yUp = true, yDown = true;
+        for (int32_t k = 0; k < nx; ++k) xUp = xUp && Vip[k + 1][0] >= Vip[k][0];
+        for (int32_t k = 0; k < ny; ++k) {
+            yUp = yUp && Vip[k + 1][1] >= Vip[k][1];
+            yDown = yDown && Vip[k + 1][1] <= Vip[k][1];
         }
-        if (c == runColour && left >= runLeft && left <= runRight && right >= runRight) {
-            runRight = right;
-            continue;
-        }
-        flush();
-        runColour = c;
-        runLeft = left;
-        runRight = right;
+        batch_ = xUp && (yUp || yDown);
     }
-    flush();
-}
+    ~CellPainter() { finish(); }
+    CellPainter(const CellPainter &) = delete;
+    CellPainter &operator=(const CellPainter &) = delete;
+
+    template <class Paint, class Painted>
+    void row(int32_t j, int32_t nx, Paint &&paint, Painted &&painted) {
+        top_ = Vip[j + 1][1];
+        bottom_ = Vip[j][1];
+        if (top_ > bottom_) std::swap(top_, bottom_);
+        if (top_ == bottom_) return;  // a cell of no height paints nothing
+        int32_t runColour = -1, runLeft = 0, runRight = 0;
+        for (int32_t i = 0; i < nx; ++i) {
+            int32_t left = Vip[i][0], right = Vip[i + 1][0] + 1;
+            // Hidden under the next cell: [left, right) lies inside that
+            // cell's [Vip[i+1], Vip[i+2] + 1).
+            if (i + 1 < nx && left == Vip[i + 1][0] && Vip[i + 2][0] >= Vip[i + 1][0] && painted(i + 1)) continue;
+            if (left > right) std::swap(left, right);
+            const int32_t c = paint(i);
+            if (c < 0) {
+                emit(runColour, runLeft, runRight);
+                runColour = -1;
+                continue;
+            }
+            if (c == runColour && left >= runLeft && left <= runRight) {
+                runRight = std::max(runRight, right);
+                continue;
+            }
+            emit(runColour, runLeft, runRight);
+            runColour = c;
+            runLeft = left;
+            runRight = right;
+        }
+        emit(runColour, runLeft, runRight);
+        store(held_);
+        held_.colour = -1;
+    }
+
+    // Fills what is batched and deletes the brushes.
+    void finish() {
+        store(held_);
+        held_.colour = -1;
+        for (int32_t c = 0; c < 256; ++c) {
+            std::vector<plat::Rect> &v = byColour_[static_cast<size_t>(c)];
+            if (v.empty()) continue;
+            plat::fillRects(dc_, v.data(), static_cast<int>(v.size()), brush(c));
+            v.clear();
+        }
+        stored_ = 0;
+        if (brush_) deleteBrush(brush_, brushError_);
+        brush_ = nullptr;
+        brushColour_ = -1;
+    }
+
+private:
+    struct Run {
+        int32_t colour = -1, left = 0, right = 0, top = 0, bottom = 0;
+    };
+    KBRUSH brush(int32_t c) {
+        if (c != brushColour_) {
+            if (brush_) deleteBrush(brush_, brushError_);
+            SetColor(c);
+            brush_ = plat::createSolidBrush(mCGS.color);
+            brushColour_ = c;
+        }
+        return brush_;
+    }
+    void emit(int32_t colour, int32_t left, int32_t right) {
+        if (colour < 0) return;
+        if (!batch_ || colour > 255) {
+            const plat::Rect r{left, top_, right, bottom_};
+            plat::fillRect(dc_, &r, brush(colour));
+            return;
+        }
+        if (held_.colour >= 0 && held_.right > left) held_.right = left;  // painted over by this one
+        store(held_);
+        held_ = Run{colour, left, right, top_, bottom_};
+    }
+    void store(const Run &r) {
+        if (r.colour < 0 || r.right <= r.left) return;
+        byColour_[static_cast<size_t>(r.colour)].push_back(plat::Rect{r.left, r.top, r.right, r.bottom});
+        if (++stored_ >= (1 << 20)) finish();  // disjoint: any time is right to fill them
+    }
+
+    KDC dc_;
+    const char *brushError_;
+    bool batch_ = false;
+    int32_t top_ = 0, bottom_ = 0;
+    Run held_;
+    std::vector<plat::Rect> byColour_[256];
+    size_t stored_ = 0;
+    KBRUSH brush_ = nullptr;
+    int32_t brushColour_ = -1;
+};
 
 }  // namespace
 
@@ -168,40 +250,31 @@ KESTREL_API void KESTREL_CALL ShadeField(const float *field, int32_t /*unused1*/
         boundaries(xc, nx, 0);
         boundaries(yc, ny, 1);
         boundaryPixels(nx, ny);
-        KBRUSH brush = nullptr;
-        int32_t brushColour = -1;
-        int32_t lastColour = -1;
-        auto brushOf = [&](int32_t c) {
-            if (c != brushColour) {
-                deleteBrush(brush, "ERROR:  Brush deletion in ShadeField failed!");
-                SetColor(c);
-                brush = plat::createSolidBrush(mCGS.color);
-                brushColour = c;
+        const ColourIndexLookup colourOf;
+        {
+            CellPainter painter(hdc, nx, ny, "ERROR:  Brush deletion in ShadeField failed!");
+            for (int32_t j = 0; j < ny; ++j) {
+                painter.row(
+                    j, nx, [&](int32_t i) { return colourOf(value(i, j)); }, [](int32_t) { return true; });
+                if (j % every == 0) plat::setProgressPos(bar, 100 * j / ny);
             }
-            return brush;
-        };
-        for (int32_t j = 0; j < ny; ++j) {
-            paintRow(
-                hdc, j, nx, [&](int32_t i) { return CMapCalColor(value(i, j)); }, [](int32_t) { return true; }, brushOf);
-            if (j % every == 0) plat::setProgressPos(bar, 100 * j / ny);
         }
         // The current colour is the last cell's, as if every cell was set.
-        lastColour = CMapCalColor(value(nx - 1, ny - 1));
-        SetColor(lastColour);
-        deleteBrush(brush, "ERROR:  Brush deletion in ShadeField failed!");
+        SetColor(colourOf(value(nx - 1, ny - 1)));
         RestorePalette(hdc, previous, "ShadeField");
     }
 
     if (psfile) {
         boundaries(xc, nx, 0);
         boundaries(yc, ny, 1);
+        const ColourIndexLookup colourOf;
         Writer w(psfile);
         w.put("\n%%PS-OBJECT: ShadedField begin\n");
         writeYBoundaries(w, ny);
         for (int32_t i = 0; i < nx; ++i) {
             w.printf("/xll %f def /xur %f def 0\n", static_cast<double>(Vfp[i][0]), static_cast<double>(Vfp[i + 1][0]));
             for (int32_t j = 0; j < ny; ++j) {
-                w.putInt(CMapCalColor(value(i, j)));
+                w.putInt(colourOf(value(i, j)));
                 w.put(" G\n");
             }
             w.put("pop\n");
@@ -221,13 +294,14 @@ KESTREL_API void KESTREL_CALL EraseField(const float *field, float threshold, co
     if (hdc) {
         KPALETTE previous = ActivateMyPalette(hdc);
         boundaryPixels(nx, ny);
+        {
+            CellPainter painter(hdc, nx, ny, "ERROR:  Brush deletion in EraseField failed!");
+            for (int32_t j = 0; j < ny; ++j)
+                painter.row(
+                    j, nx, [&](int32_t i) { return value(i, j) > threshold ? colour : -1; },
+                    [&](int32_t i) { return value(i, j) > threshold; });
+        }
         SetColor(colour);
-        KBRUSH brush = plat::createSolidBrush(mCGS.color);
-        for (int32_t j = 0; j < ny; ++j)
-            paintRow(
-                hdc, j, nx, [&](int32_t i) { return value(i, j) > threshold ? 0 : -1; },
-                [&](int32_t i) { return value(i, j) > threshold; }, [&](int32_t) { return brush; });
-        deleteBrush(brush, "ERROR:  Brush deletion in EraseField failed!");
         RestorePalette(hdc, previous, "EraseField");
     }
     if (psfile) {
@@ -327,7 +401,7 @@ extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float 
         }
         if (psfile) {
             PSSetColor(psfile, L.colour);
-            char line[100];
+            char line[320];
             std::snprintf(line, sizeof line, "%s %s\n", szPSlWidth[index(L.width, 6)], szPSlStyle[index(L.style, 5)]);
             plat::fileWriteText(psfile, line);
             ContourLine(nullptr, psfile, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,

@@ -24,8 +24,10 @@ extern float gOAScratch2[OA_MAX_OBJECTIVE_POINTS];
 class StatusText {
 public:
     explicit StatusText(const char *text) {
-        std::strncpy(saved_, VStatusLine, sizeof saved_ - 1);
-        saved_[sizeof saved_ - 1] = '\0';
+        std::size_t n = 0;
+        while (n < sizeof saved_ - 1 && VStatusLine[n]) ++n;
+        std::memcpy(saved_, VStatusLine, n);
+        saved_[n] = '\0';
         UpdateStatusBar(text);
     }
     ~StatusText() { UpdateStatusBar(saved_); }

@@ -18,6 +18,7 @@
 #include <new>
 #include <utility>
 
+#include "kestrel/axes.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
 #include "kestrel/fit.h"
@@ -29,6 +30,7 @@
 #include "maps/map_internal.h"
 #include "maps/projections.h"
 #include "platform/platform.h"
+#include "plot/axes.h"
 #include "plot/transform.h"
 
 using namespace kestrel;
@@ -129,28 +131,13 @@ struct LinePoints {
     float *x, *y;
 };
 
-// The label index range for a step over umin..umax on an axis of `length`
-// page units: at most about one label per unit, the step enlarged by whole
-// multiples, in at most two rounds.
-void annotationRange(int32_t &lo, int32_t &hi, float &step, float origin, float umin, float umax, float length) {
-    for (int round = 0; round < 2; ++round) {
-        lo = truncPixel((static_cast<long double>(umin) - origin) / step);
-        hi = truncPixel((static_cast<long double>(umax) - origin) / step);
-        if (lo > hi) std::swap(lo, hi);
-        if (lo == hi) hi = lo + 1;
-        const int32_t n = truncPixel((hi - lo) / static_cast<long double>(length)) + 1;
-        if (n <= 1) break;
-        step = static_cast<float>(n) * step;
-    }
-}
-
 bool withinRange(double v, double a, double b) {
     const double lo = std::fmin(a, b), hi = std::fmax(a, b), eps = 1e-6 * (hi - lo);
     return v >= lo - eps && v <= hi + eps;
 }
 
 // The chequered band of the unprojected map along one axis (screen).
-void drawBand(KDC dc, float origin, float tick, bool alongX) {
+void drawBand(KDC dc, float origin, float tick, bool alongX, bool reclip) {
     if (!dc) return;
     double t = 0.005 * (static_cast<double>(VX.vpLength) + VY.vpLength);
     if (t < 0.01) t = 0.01;
@@ -195,56 +182,22 @@ void drawBand(KDC dc, float origin, float tick, bool alongX) {
     plat::deleteObject(dark);
     RestorePen(dc, alongX ? "DrawXMapFrame" : "DrawYMapFrame");
     RestorePalette(dc, previous, alongX ? "DrawXMapFrame" : "DrawYMapFrame");
-    if (mCGS.clip) ClipVWP(dc, 1);
+    if (reclip && mCGS.clip) ClipVWP(dc, 1);
 }
 
-// Height [pixels] of "H" in the current font size.
-int32_t letterHeight(KDC dc) {
-    SetMYFont(dc, 1, mCGS.fontSize, 0);
-    plat::Size s{0, 0};
-    plat::textExtent(dc, "H", 1, &s);
-    return s.cy;
+// The map style of the axis labeller: the band and geographic labels. The
+// axis routine has taken the viewport clip away and puts it back itself.
+void bandX(KDC dc, int32_t, float origin, float tick) { drawBand(dc, origin, tick, true, false); }
+void bandY(KDC dc, int32_t, float origin, float tick) { drawBand(dc, origin, tick, false, false); }
+void copyLabel(TextMaker make, float value, char *out, size_t size) {
+    char text[32];
+    make(value, text, 0);
+    std::snprintf(out, size, "%s", text);
 }
+void lonAxisLabel(float value, char *out, size_t size) { copyLabel(MkeLonLabel, value, out, size); }
+void latAxisLabel(float value, char *out, size_t size) { copyLabel(MkeLatLabel, value, out, size); }
 
-// The map style of the axis labeller: band, then geographic labels outside
-// it, thinned to about one per page unit.
-void mapAxisLabels(KDC dc, float pos, float origin, float tick, float step, bool alongX) {
-    if (!dc || !(step != 0) || !std::isfinite(step)) return;
-    const int32_t lorg0 = mCGS.lorg, fill0 = mCGS.fill, box0 = mCGS.boxFrame;
-    mCGS.boxFrame = 0;
-    SetDoFill(dc, 0);
-    ClipVWP(dc, 0);  // band and labels stand outside the viewport
-    const int32_t h = letterHeight(dc);
-    drawBand(dc, origin, tick, alongX);
-    const KAxis &a = alongX ? VX : VY;
-    int32_t lo = 0, hi = 0;
-    annotationRange(lo, hi, step, origin, a.umin, a.umax, a.vpLength);
-    const int32_t pmin = a.lowPix < a.highPix ? a.lowPix : a.highPix;
-    const int32_t pmax = a.lowPix < a.highPix ? a.highPix : a.lowPix;
-    const int32_t tickLen = truncPixel(0.3L * h);
-    for (int32_t k = lo; k <= hi; ++k) {
-        float v = static_cast<float>(k) * step + origin;
-        if (std::fabs(v / step) < 1e-5f) v = 0;
-        const int32_t p = axisPixel(a, v);
-        if (p < pmin - 2 || p > pmax + 2) continue;
-        char text[32];
-        if (alongX) {
-            MkeLonLabel(v, text, 0);
-            const float d = static_cast<float>(tickLen) / VY.pixPerUser;  // negative: below the axis
-            SetLorgVal(dc, 1);
-            DrawString(dc, Tstrip(text), v, pos - d, 0, mCGS.fontSize);
-        } else {
-            MkeLatLabel(v, text, 0);
-            const float e = static_cast<float>(tickLen) / VX.pixPerUser * 1.25f;
-            SetLorgVal(dc, 7);
-            DrawString(dc, Tstrip(text), pos - e, v, 0, mCGS.fontSize);
-        }
-    }
-    SetLorgVal(dc, lorg0);
-    SetDoFill(dc, fill0);
-    mCGS.boxFrame = box0;
-    if (mCGS.clip) ClipVWP(dc, 1);
-}
+void useMapAxisStyle() { gMapAxisStyle = MapAxisStyle{bandX, bandY, lonAxisLabel, latAxisLabel}; }
 
 }  // namespace
 
@@ -437,19 +390,21 @@ KESTREL_API float KESTREL_CALL LonMapLabelYPos(float lonMin, float lonMax, float
 }
 
 KESTREL_API void KESTREL_CALL DrawXMapFrame(KDC dc, KFILE, float origin, float tick) {
-    drawBand(dc, origin, tick, true);
+    drawBand(dc, origin, tick, true, true);
 }
 
 KESTREL_API void KESTREL_CALL DrawYMapFrame(KDC dc, KFILE, float origin, float tick) {
-    drawBand(dc, origin, tick, false);
+    drawBand(dc, origin, tick, false, true);
 }
 
 KESTREL_API void KESTREL_CALL XMapLabels(KDC dc, float yPos, float origin, float tick, float step) {
-    mapAxisLabels(dc, yPos, origin, tick, step, true);
+    useMapAxisStyle();
+    XAxisLabels(dc, yPos, origin, tick, step, nullptr, nullptr, 1);
 }
 
 KESTREL_API void KESTREL_CALL YMapLabels(KDC dc, float xPos, float origin, float tick, float step) {
-    mapAxisLabels(dc, xPos, origin, tick, step, false);
+    useMapAxisStyle();
+    YAxisLabels(dc, xPos, origin, tick, step, nullptr, 3);
 }
 
 KESTREL_API void KESTREL_CALL DrawMapFrame(KDC dc, KFILE psFile, float lonMin, float lonMax, float latMin,
@@ -483,7 +438,7 @@ KESTREL_API void KESTREL_CALL DrawMapFrame(KDC dc, KFILE psFile, float lonMin, f
             writeLine(psFile, "%s %g SetMyFont\n", szPSlWidth[0], static_cast<double>(fontSize));
             writeLine(psFile, "%9.3f %9.3f xmapframe\n", static_cast<double>(lonOrigin), static_cast<double>(lonTick));
             int32_t lo = 0, hi = 0;
-            annotationRange(lo, hi, lonStep, lonOrigin, uxMin, uxMax, pxMin);
+            SetAxisAnnotationPos(&lo, &hi, &lonStep, lonOrigin, uxMin, uxMax, pxMin);
             for (int32_t k = lo; k <= hi; ++k) {
                 const float lon = static_cast<float>(k) * lonStep + lonOrigin;
                 if (!withinRange(lon, lonMin, lonMax)) continue;  // the screen drops these too
@@ -492,7 +447,7 @@ KESTREL_API void KESTREL_CALL DrawMapFrame(KDC dc, KFILE psFile, float lonMin, f
                 writeLine(psFile, "(%s) %9.3f xmaplabl\n", text, static_cast<double>(lon));
             }
             writeLine(psFile, "%9.3f %9.3f ymapframe\n", static_cast<double>(latOrigin), static_cast<double>(latTick));
-            annotationRange(lo, hi, latStep, latOrigin, uyMin, uyMax, pyMin);
+            SetAxisAnnotationPos(&lo, &hi, &latStep, latOrigin, uyMin, uyMax, pyMin);
             for (int32_t k = lo; k <= hi; ++k) {
                 const float lat = static_cast<float>(k) * latStep + latOrigin;
                 if (!withinRange(lat, latMin, latMax)) continue;

@@ -146,6 +146,9 @@ int setPolyFillMode(KDC dc, int mode);
 // to its colour. Pixels outside the picture read as 0. False when the
 // picture cannot be read (out is then all 0).
 bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, uint8_t *out);
+// FillRect of each of n rectangles with one brush, in one call (the same
+// picture as n calls of fillRect; one path on the canvas).
+bool fillRects(KDC dc, const Rect *rects, int n, KBRUSH brush);
 
 // Paths.
 bool beginPath(KDC dc);

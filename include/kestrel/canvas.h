@@ -44,6 +44,23 @@ KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC canvas, int32_t x, int32_t
 KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC canvas);
 KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC canvas);
 
+/* Selects a new solid brush of a device colour (red in the low byte, or the
+ * palette-index form 0x01000000 | i) into the canvas, or a new pen of a
+ * style (0 solid, 1 dash, 2 dot, ...), a width in pixels and a colour: what
+ * a Windows host does with CreateSolidBrush / CreatePen and SelectObject
+ * before calling routines that draw with the caller's brush or pen
+ * (DrawPoly). The previous brush or pen is deleted unless it is a stock
+ * object; RestoreBrush and RestorePen put the stock ones back. */
+KESTREL_API void KESTREL_CALL KCanvasSelectBrush(KDC canvas, KCOLORREF colour);
+KESTREL_API void KESTREL_CALL KCanvasSelectPen(KDC canvas, int32_t style, int32_t width, KCOLORREF colour);
+
+/* Writes text to a file handle the library handed out (PSOpenFile), the way
+ * a Windows host uses WriteFile on it; returns the bytes written, or -1. */
+KESTREL_API int32_t KESTREL_CALL KFileWriteText(KFILE file, const char *text);
+
+/* Closes such a file handle (null is ignored). */
+KESTREL_API void KESTREL_CALL KFileClose(KFILE file);
+
 /* Host callbacks; any member may be null. */
 typedef struct KUICallbacks {
     void *user; /* passed back to every callback */

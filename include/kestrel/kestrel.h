@@ -17,4 +17,5 @@
 #include "fit.h"
 #include "oa.h"
 #include "contour.h"
+#include "axes.h"
 #endif

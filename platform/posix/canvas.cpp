@@ -372,6 +372,10 @@ double applyFont(KCanvas *c) {
     const Object *f = c->font;
     cairo_t *cr = c->cr;
     std::string face = f->face.empty() ? "Arial" : f->face;
+    // Symbol-face text arrives here as Unicode (see toUtf8); the symbol fonts
+    // fontconfig offers keep their glyphs under the symbol encoding instead,
+    // so the Greek and mathematical characters come from a Unicode face.
+    if (face == "Symbol") face = "Liberation Serif";
     cairo_select_font_face(cr, face.c_str(), f->italic ? CAIRO_FONT_SLANT_ITALIC : CAIRO_FONT_SLANT_NORMAL,
                            f->weight >= 600 ? CAIRO_FONT_WEIGHT_BOLD : CAIRO_FONT_WEIGHT_NORMAL);
     // GDI: a negative height is the character (em) height, a positive one the
@@ -443,6 +447,18 @@ KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
     std::memcpy(&px, data + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * 4, 4);
     uint32_t r = (px >> 16) & 0xFF, g = (px >> 8) & 0xFF, b = px & 0xFF;
     return r | (g << 8) | (b << 16);
+}
+
+KESTREL_API void KESTREL_CALL KCanvasSelectBrush(KDC c, KCOLORREF colour) {
+    if (!c) return;
+    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, kestrel::plat::createSolidBrush(colour));
+    kestrel::plat::deleteObject(old);  // stock objects are never deleted
+}
+
+KESTREL_API void KESTREL_CALL KCanvasSelectPen(KDC c, int32_t style, int32_t width, KCOLORREF colour) {
+    if (!c) return;
+    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, kestrel::plat::createPen(style, width, colour));
+    kestrel::plat::deleteObject(old);
 }
 
 KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC c) { return c ? c->w : 0; }
@@ -746,6 +762,23 @@ bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, uint8_t *out) {
             dst[x] = lastIndex;
         }
     }
+    return true;
+}
+
+bool fillRects(KDC c, const Rect *rects, int n, KBRUSH brush) {
+    if (!c || (!rects && n > 0) || !brush) return false;
+    Object *b = obj(brush);
+    if (b->null || n <= 0) return true;
+    cairo_save(c->cr);
+    setSource(c->cr, b->colour);
+    // Rectangles of one colour: their union, whatever overlaps.
+    cairo_set_fill_rule(c->cr, CAIRO_FILL_RULE_WINDING);
+    for (int i = 0; i < n; ++i) {
+        const Rect &r = rects[i];
+        if (r.right > r.left && r.bottom > r.top) cairo_rectangle(c->cr, r.left, r.top, r.right - r.left, r.bottom - r.top);
+    }
+    cairo_fill(c->cr);
+    cairo_restore(c->cr);
     return true;
 }
 

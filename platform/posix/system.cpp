@@ -143,3 +143,18 @@ KFILE fileOpenAlways(const char *path) {
 }
 
 }  // namespace kestrel::plat
+
+// ---- Exported file helpers for non-Windows hosts ------------------------------------
+
+#include "kestrel/canvas.h"
+
+extern "C" {
+
+KESTREL_API int32_t KESTREL_CALL KFileWriteText(KFILE file, const char *text) {
+    if (!file || !text) return -1;
+    return static_cast<int32_t>(kestrel::plat::fileWriteText(file, text));
+}
+
+KESTREL_API void KESTREL_CALL KFileClose(KFILE file) { kestrel::plat::fileClose(file); }
+
+}  // extern "C"

@@ -230,6 +230,11 @@ bool fillRect(KDC dc, const Rect *r, KBRUSH brush) {
 KCOLORREF setPixel(KDC dc, int x, int y, KCOLORREF c) { return SetPixel(D(dc), x, y, c); }
 KCOLORREF getPixel(KDC dc, int x, int y) { return GetPixel(D(dc), x, y); }
 int setPolyFillMode(KDC dc, int mode) { return SetPolyFillMode(D(dc), mode); }
+bool fillRects(KDC dc, const Rect *rects, int n, KBRUSH brush) {
+    bool ok = true;
+    for (int i = 0; i < n; ++i) ok = fillRect(dc, &rects[i], brush) && ok;
+    return ok;
+}
 
 bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, uint8_t *out) {
     if (!out || width <= 0 || height <= 0) return false;

@@ -1,10 +1,13 @@
 // Whole fields: shading and erasing on the canvas and in PostScript, contour
 // sets with their labels, and the contour interval.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <random>
 
 #include "common/picture.h"
+#include "contour/colour_lookup.h"
 #include "contour/helpers.h"
 #include "kestrel/kestrel.h"
 
@@ -127,7 +130,11 @@ TEST_F(FieldTest, ShadingEqualsOneFillPerCell) {
         for (auto &v : g.x) v = (x += 0.2f + u(rng));
         for (auto &v : g.y) v = (y += 0.2f + u(rng));
         for (size_t k = 0; k < g.z.size(); ++k) g.z[k] = (k % 7 == 0) ? u(rng) : std::round(u(rng) * 3) / 3;
-        system(g.x.front(), g.x.back(), g.y.front(), g.y.back());
+        // Rounds 1 and 3 put y downwards, as a section in depth.
+        if (round % 2)
+            system(g.x.front(), g.x.back(), g.y.back(), g.y.front());
+        else
+            system(g.x.front(), g.x.back(), g.y.front(), g.y.back());
         InitmemDC();
         ShadeField(g.z.data(), 0, 0, g.x.data(), nx, g.y.data(), ny, -1.0f, 1.5f, 0.0f, 1.0f, dc, nullptr);
         const kt::Image got = kt::pictureImage(dc);
@@ -146,7 +153,9 @@ TEST_F(FieldTest, ShadingEqualsOneFillPerCell) {
             for (int32_t i = 0; i < nx; ++i) {
                 SetColor(CMapCalColor(g.at(i, j)));
                 KBRUSH b = kestrel::plat::createSolidBrush(mCGS.color);
-                const kestrel::plat::Rect r{px(bx[i]), py(by[j + 1]), px(bx[i + 1]) + 1, py(by[j])};
+                // A reversed rectangle covers the rows between its edges.
+                const int t = std::min(py(by[j + 1]), py(by[j])), btm = std::max(py(by[j + 1]), py(by[j]));
+                const kestrel::plat::Rect r{px(bx[i]), t, px(bx[i + 1]) + 1, btm};
                 kestrel::plat::fillRect(dc, &r, b);
                 kestrel::plat::deleteObject(b);
             }
@@ -256,4 +265,45 @@ TEST_F(FieldTest, ContourFieldObjectsAndLabelsOnce) {
     EXPECT_GT(coloured, 200u);
     // The field saw the ties moved (none here) and nothing else.
     EXPECT_EQ(a.z, b.z);
+}
+
+// The table lookup of colour indexes gives CMapCalColor's index for every
+// value: random values over and beyond the range, and values at the edges
+// of every step, for rising, falling and degenerate maps.
+TEST(ColourLookup, EqualsCMapCalColor) {
+    std::mt19937 rng(5);
+    std::uniform_real_distribution<float> u(-1.0f, 1.0f);
+    const float maps[][4] = {{0, 10, -2, 2}, {10, 0, -2, 2}, {-3, 7, 0.5f, -1}, {5, 5, -1, 1}, {0, 1, 2, 2},
+                             {1e-3f, 2e-3f, -3, 3}, {-1e6f, 1e6f, -0.1f, 0.1f}};
+    for (const auto &m : maps) {
+        CMapInitialize(m[0], m[1], m[2], m[3]);
+        const kestrel::ColourIndexLookup lookup;
+        const float lo = std::min(m[0], m[1]), hi = std::max(m[0], m[1]), span = std::max(hi - lo, 1.0f);
+        for (int k = 0; k < 200000; ++k) {
+            const float v = lo + (u(rng) * 0.6f + 0.5f) * span;
+            ASSERT_EQ(lookup(v), CMapCalColor(v)) << v;
+        }
+        // Every step edge, found by bisection, and the floats around it.
+        int edges = 0;
+        for (int32_t c = 0; c < 3000; ++c) {
+            float a = lo + (hi - lo) * (static_cast<float>(c) / 2500.0f - 0.1f);
+            float b = lo + (hi - lo) * (static_cast<float>(c + 1) / 2500.0f - 0.1f);
+            if (CMapCalColor(a) == CMapCalColor(b)) continue;
+            while (std::nextafter(a, b) != b) {
+                const float mid = a + (b - a) / 2;
+                if (mid == a || mid == b) break;
+                (CMapCalColor(mid) == CMapCalColor(a) ? a : b) = mid;
+            }
+            ++edges;
+            float v = a;
+            for (int s = 0; s < 6; ++s) v = std::nextafter(v, -1e30f);
+            for (int s = 0; s < 12; ++s, v = std::nextafter(v, 1e30f)) ASSERT_EQ(lookup(v), CMapCalColor(v)) << v;
+        }
+        if (m[0] != m[1] && m[2] != m[3]) {
+            EXPECT_GE(edges, 100);
+        }
+        for (float v : {std::nanf(""), 1e38f, -1e38f, std::numeric_limits<float>::infinity(),
+                        -std::numeric_limits<float>::infinity(), 0.0f, -0.0f})
+            EXPECT_EQ(lookup(v), CMapCalColor(v)) << v;
+    }
 }

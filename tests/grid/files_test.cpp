@@ -3,6 +3,7 @@
 // result without writing past an array; the asan preset checks the latter).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -18,6 +19,13 @@ struct SetGuard {
     SetGuard() { OAInitializeSet(&s); }
     ~SetGuard() { OAFreeSet(&s); }
 };
+
+// The writers use text mode: on Windows the lines end in CR LF.
+std::string fileText(const std::string &path) {
+    std::string t = kt::readFile(path);
+    t.erase(std::remove(t.begin(), t.end(), '\r'), t.end());
+    return t;
+}
 
 std::string base(const char *test) { return kt::scratchDir(test) + "/set"; }
 
@@ -36,7 +44,7 @@ TEST(DataFile, RoundTripKeepsUsedPointsAndUntransformedCoordinates) {
     g.s.nPoints = 4;
     const std::string b = base("DataFileRoundTrip");
     ASSERT_EQ(OAWriteData(b.c_str(), &g.s, 0), 0);
-    EXPECT_EQ(kt::readFile(b + ".oai"), "1.5 -2.25 10 0.5\n7 8 -1e+10 1\n100 200 300 4\n");
+    EXPECT_EQ(fileText(b + ".oai"), "1.5 -2.25 10 0.5\n7 8 -1e+10 1\n100 200 300 4\n");
     SetGuard r;
     ASSERT_EQ(OALoadData(b.c_str(), &r.s), 3);
     EXPECT_EQ(r.s.nPoints, 3);
@@ -51,11 +59,11 @@ TEST(DataFile, RoundTripKeepsUsedPointsAndUntransformedCoordinates) {
     EXPECT_EQ(r.s.err[2], 4.0f);
     // All points, whatever their flag.
     ASSERT_EQ(OAWriteData(b.c_str(), &g.s, 1), 0);
-    EXPECT_EQ(kt::readFile(b + ".oai"), "1.5 -2.25 10 0.5\n3 4 5 2\n7 8 -1e+10 1\n100 200 300 4\n");
+    EXPECT_EQ(fileText(b + ".oai"), "1.5 -2.25 10 0.5\n3 4 5 2\n7 8 -1e+10 1\n100 200 300 4\n");
     // No used point: an empty file and success.
     for (int i = 0; i < 4; ++i) g.s.use[i] = 0;
     ASSERT_EQ(OAWriteData(b.c_str(), &g.s, 0), 0);
-    EXPECT_EQ(kt::readFile(b + ".oai"), "");
+    EXPECT_EQ(fileText(b + ".oai"), "");
     EXPECT_EQ(OAWriteData((kt::scratchDir("DataFileRoundTrip") + "/no/such/dir/x").c_str(), &g.s, 0), 1);
 }
 
@@ -122,7 +130,7 @@ TEST(GridFile, RoundTripAndExactLayout) {
     fillAxes(g.s);
     const std::string b = base("GridFileRoundTrip");
     ASSERT_EQ(OAWriteGrid(b.c_str(), &g.s), 0);
-    EXPECT_EQ(kt::readFile(b + ".oag"),
+    EXPECT_EQ(fileText(b + ".oag"),
               "3 2\n\n0 1\n0.5 1.25\n1 1.5\n\n5500 250\n4500 500\n\n1 3  1 2 1.00 10000 1\n");
     SetGuard r;
     ASSERT_EQ(OALoadGrid(b.c_str(), &r.s), 0);
@@ -178,7 +186,7 @@ TEST(FieldFile, SecondBlockIsWrittenFromTheOutputErrorAndReadAsTheReference) {
     const std::string b = base("FieldFile");
     ASSERT_EQ(OAWriteField(b.c_str(), &g.s), 0);
     // Six x values fill their line: the block ends with an empty line.
-    const std::string text = kt::readFile(b + ".oao");
+    const std::string text = fileText(b + ".oao");
     EXPECT_EQ(text.substr(0, 41), "0\n6 2\n 0 0.5 1 1.5 2 2.5\n\n 5500 4500\n 0.5");
     SetGuard r;
     ASSERT_EQ(OALoadField(b.c_str(), &r.s), 0);
@@ -243,7 +251,7 @@ TEST(LayoutFile, OffsetsRiseByOneOnEverySave) {
     s.yof = 2.0f;
     const std::string b = base("LayoutFile");
     ASSERT_EQ(OAWriteLayout(b.c_str(), &s), 0);
-    const std::string text = kt::readFile(b + ".oal");
+    const std::string text = fileText(b + ".oal");
     EXPECT_NE(text.find("   title =P18 temperature\n  xtitle =Latitude\n"), std::string::npos);
     EXPECT_NE(text.find("   sxmin =     0.00\n   sxmax =   100.00\n sxstart =     0.00\n   sxtic =    10.00\n"
                         "  sxltic =    20.00\n"),

@@ -30,12 +30,12 @@ protected:
 };
 
 TEST_F(TextTest, SymbolFaceIsTallerByFifteenPercent) {
-    SetMYFont(dc, 1, 10, 0);
+    SetMYFont(dc, 1, 50, 0);
     const int text = mCGS.tm.tmHeight;
-    SetMYFont(dc, 2, 10, 0);
+    SetMYFont(dc, 2, 50, 0);
     const int symbol = mCGS.tm.tmHeight;
     EXPECT_EQ(mCGS.fontFamily, 2);
-    EXPECT_NEAR(static_cast<double>(symbol) / text, 1.15, 0.08);
+    EXPECT_NEAR(static_cast<double>(symbol) / text, 1.15, 0.03);  // 80 and 92 pixels asked for
     EXPECT_EQ(VCFontHDC, dc);
     const int selects = VCFontSelects;
     SetMYFont(dc, 1, 10, 450);
