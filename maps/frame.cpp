@@ -199,6 +199,10 @@ void latAxisLabel(float value, char *out, size_t size) { copyLabel(MkeLatLabel, 
 
 void useMapAxisStyle() { gMapAxisStyle = MapAxisStyle{bandX, bandY, lonAxisLabel, latAxisLabel}; }
 
+// Installed at load as well, so that a host calling XAxisLabels or
+// YAxisLabels in map style directly gets the band and geographic labels.
+const bool gMapAxisStyleInstalled = (useMapAxisStyle(), true);
+
 }  // namespace
 
 extern "C" {

@@ -226,3 +226,29 @@ TEST_F(Frame, UnprojectedBandAlternates) {
     DrawXMapFrame(nullptr, nullptr, 0, 10);  // no device context: nothing
     DrawXMapFrame(dc, nullptr, 0, 0);        // a zero tick draws the corners only
 }
+
+// The axis labellers in map style: the band instead of ticks, and
+// geographic labels outside it (the viewport clip is taken away for them).
+TEST_F(Frame, MapStyleAxisLabels) {
+    const kt::MapLayout m = layout(0, -40, 20, 10, 50, -10, 30);
+    SetColor(0);
+    mCGS.fontSize = 9;
+    XMapLabels(dc, m.latMin, -40, 10, 20);
+    YMapLabels(dc, m.lonMin, 10, 10, 20);
+    auto inkIn = [&](int x0, int y0, int x1, int y1) {
+        int n = 0;
+        for (int y = y0; y < y1; ++y)
+            for (int x = x0; x < x1; ++x) n += kt::picturePixel(dc, x, y) == 0;
+        return n;
+    };
+    const int below = VY.lowPix + 4, left = VX.lowPix - 4;
+    EXPECT_GT(inkIn(VX.lowPix, below, VX.highPix, below + 20), 50);  // "40°W" .. "20°E"
+    EXPECT_GT(inkIn(left - 50, VY.highPix, left, VY.lowPix), 50);    // "10°N" .. "50°N"
+    // The first band piece above the map, -40..-30, is dark, the next white.
+    const int top = VY.highPix - 1;
+    auto xAt = [&](float u) { return static_cast<int>((u - VX.umin) * VX.pixPerUser + static_cast<float>(VX.lowPix)); };
+    EXPECT_EQ(kt::picturePixel(dc, xAt(-35), top), 0u);
+    EXPECT_EQ(kt::picturePixel(dc, xAt(-25), top), 0xFFFFFFu);
+    // Nothing inside the map.
+    EXPECT_EQ(inkIn(VX.lowPix + 5, VY.highPix + 5, VX.highPix - 5, VY.lowPix - 5), 0);
+}
