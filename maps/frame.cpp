@@ -74,7 +74,7 @@ void labelText(double value, char *text, const char *suffix) {
 }
 
 // The labels of one direction: the screen text maker and its lorg.
-using TextMaker = void (*)(float, char *, int32_t);
+using TextMaker = void(KESTREL_CALL *)(float, char *, int32_t);
 
 void drawLabel(KDC dc, KFILE ps, float lon, float lat, float lonRange, float fontSize, int32_t lorg, float value,
                TextMaker make) {
