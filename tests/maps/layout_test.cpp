@@ -57,7 +57,7 @@ TEST_F(Layout, UnprojectedMapKeepsItsMiddleLatitudeTrue) {
     EXPECT_FLOAT_EQ(m.yMin, 60);
     EXPECT_FLOAT_EQ(m.yMax, 70);
     EXPECT_NEAR(m.w, 100, 1e-4);
-    EXPECT_NEAR(m.h, 100 * 10 / (60 * std::cos(65 * M_PI / 180)), 1e-3);
+    EXPECT_NEAR(m.h, 100 * 10 / (60 * std::cos(65 * kestrel::kDegToRad)), 1e-3);
     EXPECT_NEAR(m.h, 39.437, 1e-3);
     EXPECT_NEAR(m.xOff, 0, 1e-4);
     EXPECT_NEAR(m.yOff, (100 - m.h) / 2, 1e-4);
@@ -73,7 +73,7 @@ TEST_F(Layout, PolarMapsKeepTheirHemisphereAndTakeTheWholeCapWhenNothingIsLeft) 
     EXPECT_FLOAT_EQ(m.lonMax, 210);
     EXPECT_FLOAT_EQ(m.cLon, 30);
     // The whole cap is a disc of radius cos 0.1 deg about the pole.
-    EXPECT_NEAR(m.xMax - m.xMin, 2 * std::cos(0.1 * M_PI / 180), 2e-3);
+    EXPECT_NEAR(m.xMax - m.xMin, 2 * std::cos(0.1 * kestrel::kDegToRad), 2e-3);
     EXPECT_NEAR(m.w, m.h, 1e-2);
 
     m = layout(3, 0, 90, 5, 10, 45, -90);
