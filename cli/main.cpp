@@ -8,6 +8,7 @@
 
 #include "cli/commands.h"
 #include "kestrel/kestrel.h"
+#include "section.h"
 
 #ifndef KESTREL_SOURCE_DIR
 #define KESTREL_SOURCE_DIR "."
@@ -27,7 +28,9 @@ int usage(std::FILE *to) {
                  "                   ../share/kestrel/kestrel.ps, or data/preamble/kestrel.ps of the source tree)\n"
                  "  --palette FILE   palette file (default: the built-in palette)\n"
                  "  map     draw a map with coastlines and stations as NAME.png, NAME.gif, NAME.ps\n"
-                 "          (kestrel map --help for its options)\n");
+                 "          (kestrel map --help for its options)\n"
+                 "%s",
+                 kSectionUsage);
     return to == stderr ? 2 : 0;
 }
 
@@ -162,6 +165,8 @@ int main(int argc, char **argv) {
     const std::string cmd = argv[1];
     if (cmd == "--help" || cmd == "-h" || cmd == "help") return usage(stdout);
     if (cmd == "map") return mapCommand(argc - 2, argv + 2);
+    if (cmd == "section")
+        return sectionMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
     std::string out = "kestrel-demo", preamble, palette;
     for (int i = 2; i < argc; ++i) {
         if (std::strcmp(argv[i], "-o") == 0 && i + 1 < argc) {

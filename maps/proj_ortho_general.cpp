@@ -11,7 +11,8 @@
 // Points behind the horizon are not dropped (drawing needs a position for
 // every vertex) but moved onto the unit circle in their own direction. Which
 // side a point is on comes from the visible-longitude table that
-// setupGenOrtho builds, so that drawing and the domain tests agree.
+// setupGenOrtho builds, so that drawing and the domain tests agree; like
+// them it compares the longitude offset as given, without wrapping it.
 #include <cmath>
 
 #include "maps/ortho_common.h"

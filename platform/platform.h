@@ -138,6 +138,9 @@ bool fillRect(KDC dc, const Rect *r, KBRUSH brush);
 KCOLORREF setPixel(KDC dc, int x, int y, KCOLORREF colour);
 KCOLORREF getPixel(KDC dc, int x, int y);  // kInvalidColor outside the picture or clip
 int setPolyFillMode(KDC dc, int mode);
+// FillRect of each of n rectangles with one brush, in one call (the same
+// picture as n calls of fillRect; one path on the canvas).
+bool fillRects(KDC dc, const Rect *rects, int n, KBRUSH brush);
 // Reads the picture of bitmap (the one selected into dc; on POSIX the canvas
 // itself, bitmap may be null) as width x height palette indices, top-down,
 // row after row, into out. On Windows the pixels come through GetDIBits in
@@ -146,9 +149,6 @@ int setPolyFillMode(KDC dc, int mode);
 // to its colour. Pixels outside the picture read as 0. False when the
 // picture cannot be read (out is then all 0).
 bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, uint8_t *out);
-// FillRect of each of n rectangles with one brush, in one call (the same
-// picture as n calls of fillRect; one path on the canvas).
-bool fillRects(KDC dc, const Rect *rects, int n, KBRUSH brush);
 
 // Paths.
 bool beginPath(KDC dc);

@@ -12,21 +12,25 @@
 // codes are taken the table is cleared and a clear code tells the decoder.
 //
 // Lookups. The exported child table lpPrefixTable (12 slots per code, 4096
-// = empty, filled in order) is kept up to date for the host, but strings are
-// found through a private open-addressing hash keyed by prefix * 256 + K.
-// It returns the same code as a scan of the child slots with a linear
-// search of the table as fallback would: a (prefix, suffix) pair is entered
-// only after a lookup failed, so each pair has at most one code in a table
-// generation, and the hash, the slots and the codes are emptied together.
-// The single pixel K is always code K, so the empty string needs no lookup.
+// = empty, filled in order) is kept up to date for a host that drives
+// EncodeLZW itself, but strings are found through a private open-addressing
+// hash keyed by prefix * 256 + K. It returns the same code as a scan of the
+// child slots with a linear search of the table as fallback would: a
+// (prefix, suffix) pair is entered only after a lookup failed, so each pair
+// has at most one code in a table generation, and the hash, the slots and
+// the codes are emptied together. The single pixel K is always code K, so
+// the empty string needs no lookup.
 //
 // Speed. The per-pixel work runs on a local copy of the scalar encoder state
 // (so that it lives in registers) and writes the exported globals back at
-// the end of every call. During BMPtoGIF finished sub-blocks collect in a
-// buffer that goes to the file in 64 KiB writes; the bytes are the same.
+// the end of every call. A whole image (BMPtoGIF) also takes runs of one
+// value without lookups (see encodeImage) and leaves the child table, which
+// nothing can read during the export, alone. Finished sub-blocks then collect
+// in a buffer that goes to the file in 64 KiB writes; the bytes are the same.
 #include "plot/gif.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -45,8 +49,10 @@ constexpr uint32_t kSlots = 12;
 constexpr size_t kChildTableBytes = size_t{kCodes} * kSlots * sizeof(uint32_t);  // 196608
 
 // The hash holds (key << 12) | code for every string code of the current
-// table generation; at most 4096 - 258 entries in 8192 slots.
-constexpr unsigned kHashBits = 13;
+// table generation: at most 4096 - 258 entries in 16384 slots, so that with
+// linear probing a lookup rarely looks at more than two. No entry equals the
+// empty marker: that would take prefix 4095, and a table holding 4095 is full.
+constexpr unsigned kHashBits = 14;
 constexpr uint32_t kHashMask = (1u << kHashBits) - 1;
 constexpr uint32_t kEmpty = 0xFFFFFFFFu;
 uint32_t g_hash[1u << kHashBits];
@@ -56,7 +62,8 @@ uint8_t g_childCount[kCodes];  // used slots in each code's row of lpPrefixTable
 // the block length, 1..255 data, g_fill the byte being filled, g_bits the
 // bits already used in it).
 uint32_t g_current = kNone;
-uint8_t g_block[256];
+// Eight spare bytes let a code be stored with one 8-byte write.
+uint8_t g_block[256 + 8];
 uint32_t g_fill = 1, g_bits = 0;
 
 // Where finished blocks go: straight to hGIF, or (during an export) into a
@@ -81,10 +88,20 @@ void emit(const uint8_t *data, size_t n) {
     g_outputUsed += n;
 }
 
-// Out of line: runs once per 255 bytes of output.
-void emitFullBlock() {
+// Out of line: runs once per 255 bytes of output. Bytes 1..255 are
+// complete; the (at most two) bytes filled beyond them move to the front.
+void emitFullBlock(uint32_t fill) {
     g_block[0] = 255;
     emit(g_block, 256);
+    std::memmove(g_block + 1, g_block + 256, fill - 255 + 1);
+}
+
+void storeLittleEndian64(uint8_t *p, uint64_t v) {
+#if defined(__BYTE_ORDER__) && __BYTE_ORDER__ == __ORDER_BIG_ENDIAN__
+    for (int i = 0; i < 8; ++i) p[i] = static_cast<uint8_t>(v >> (8 * i));
+#else
+    std::memcpy(p, &v, 8);
+#endif
 }
 
 void clearIndex() {
@@ -138,23 +155,21 @@ struct Encoder {
         fill = 1;
         bits = 0;
     }
-    void nextByte(uint8_t b) {
-        if (fill == 255) {
-            emitFullBlock();
-            fill = 0;
-        }
-        g_block[++fill] = b;
-    }
+    // The code goes in above the bits already in the byte being filled, all
+    // at once; the byte being filled then moves on by the whole bytes done.
+    // Only the bits given are stored, so the bytes past the last one written
+    // are zero.
     void put(uint32_t code, uint32_t width) {
         if (width > 16) width = 16;
-        const uint32_t v = (code & ((1u << width) - 1u)) << bits;
-        g_block[fill] = static_cast<uint8_t>(g_block[fill] | v);
+        const uint64_t v = (uint64_t{code & ((1u << width) - 1u)} << bits) | (g_block[fill] & ((1u << bits) - 1u));
+        storeLittleEndian64(g_block + fill, v);
         const uint32_t total = bits + width;
-        if (total >= 8) {
-            nextByte(static_cast<uint8_t>(v >> 8));
-            if (total >= 16) nextByte(static_cast<uint8_t>(v >> 16));
-        }
+        fill += total >> 3;
         bits = total & 7u;
+        if (fill > 255) {
+            emitFullBlock(fill);
+            fill -= 255;
+        }
     }
     // After the end code: the partial block (its last byte only when it holds
     // bits) and the block terminator. A stream whose length is a multiple of
@@ -404,8 +419,8 @@ KESTREL_API int32_t KESTREL_CALL BMPtoGIF(KDC hdc, KBITMAP bitmap, int32_t *rect
     if (!rect) return fail("No GIF rectangle given!");
     rect[0] = std::max(rect[0], 0);
     rect[1] = std::max(rect[1], 0);
-    rect[2] = std::min(rect[2], Vbmp_size_cx - 1);
-    rect[3] = std::min(rect[3], Vbmp_size_cy - 1);
+    rect[2] = static_cast<int32_t>(std::min<int64_t>(rect[2], int64_t{Vbmp_size_cx} - 1));
+    rect[3] = static_cast<int32_t>(std::min<int64_t>(rect[3], int64_t{Vbmp_size_cy} - 1));
     const int64_t width = int64_t{rect[2]} - rect[0] + 1, height = int64_t{rect[3]} - rect[1] + 1;
     if (width < 1 || height < 1 || width > 65535 || height > 65535)
         return fail("The GIF rectangle is empty or too large!");
@@ -415,7 +430,8 @@ KESTREL_API int32_t KESTREL_CALL BMPtoGIF(KDC hdc, KBITMAP bitmap, int32_t *rect
 
     // The whole picture, as palette indices.
     const size_t bw = static_cast<size_t>(Vbmp_size_cx), bh = static_cast<size_t>(Vbmp_size_cy);
-    std::unique_ptr<uint8_t[]> pixels(new (std::nothrow) uint8_t[bw * bh]);
+    std::unique_ptr<uint8_t[]> pixels;
+    if (bh <= SIZE_MAX / bw) pixels.reset(new (std::nothrow) uint8_t[bw * bh]);
     if (!pixels) {
         plat::fileClose(file);
         return fail("Could not allocate memory for the bitmap!");

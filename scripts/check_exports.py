@@ -54,6 +54,8 @@ def elf_exports(lib):
         name = parts[2].split("@")[0]
         if name in ("_init", "_fini", "__bss_start", "_edata", "_end"):
             continue
+        if name.startswith(("__odr_asan", "__asan", "__ubsan", "__sanitizer")):
+            continue  # sanitizer instrumentation, not the interface
         names.add(name)
     return names
 

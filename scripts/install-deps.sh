@@ -12,6 +12,8 @@ packages=(
   libcairo2-dev libfreetype-dev libfontconfig-dev libpng-dev fonts-liberation2
   # independent checks: PostScript rendering, GIF decoding
   ghostscript libgif-dev python3-pil
+  # published echo-sounding tables (carter.d), converted at build time
+  gmt-common
   # the Windows DLLs and their tests
   g++-mingw-w64-x86-64 g++-mingw-w64-i686 binutils-mingw-w64 wine wine64
 )

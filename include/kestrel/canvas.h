@@ -66,9 +66,10 @@ typedef struct KUICallbacks {
     void *user; /* passed back to every callback */
     /* The status bar shows text. */
     void (*statusText)(void *user, const char *text);
-    /* A progress bar is created with the given range and step; return a
-     * non-null handle the host recognises, or null. */
-    KWND (*progressBar)(void *user, int32_t range, int32_t step);
+    /* A progress bar is created at x, y (pixels in the status bar), w x h,
+     * with the range 0..range and the given step; return a non-null handle
+     * the host recognises, or null. */
+    KWND (*progressBar)(void *user, int32_t x, int32_t y, int32_t w, int32_t h, int32_t range, int32_t step);
     /* A message box: type holds the platform's MB_* bits (0x4 = Yes/No).
      * Return 1 for OK, 6 for Yes, 7 for No. */
     int32_t (*messageBox)(void *user, const char *text, const char *caption, uint32_t type);

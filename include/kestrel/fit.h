@@ -85,6 +85,14 @@ KESTREL_API void KESTREL_CALL NURBSCurveEvalPoint(float u, float *point, const f
 KESTREL_API void KESTREL_CALL NURBSCurveEvalXYPoints(const float *cx, const float *cy, int32_t N, int32_t p,
                                                      float *x, float *y, int32_t M);
 
+/* Draws the clamped uniform B-spline of degree p through the N control
+ * points as one polyline of min(10 N, 1500) points with DrawPoly (style is
+ * its mode: 1 outline, 2 fill), on dc and/or in psFile (either may be null).
+ * Uses the library-wide curve scratch, shared with the objective analysis:
+ * not re-entrant. Returns 0. */
+KESTREL_API int32_t KESTREL_CALL NURBSCurveDraw(KDC dc, KFILE psFile, const float *cx, const float *cy, int32_t N,
+                                                int32_t p, int32_t style);
+
 KESTREL_EXTERN_C_END
 
 #endif /* KESTREL_FIT_H */

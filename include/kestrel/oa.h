@@ -158,6 +158,13 @@ KESTREL_API int32_t KESTREL_CALL OAPackData(OASet *set);
  * x cell); points outside the cells are dropped from the set. */
 KESTREL_API void KESTREL_CALL OASortDataPoints(OASet *set);
 
+/* Marks the points whose use flag is set at their untransformed x, y: on dc
+ * (may be null) as filled dots of dotSize/10 length units in colour, and in
+ * psFile (may be null) as a "DataPointMarks" object with a procedure "d" of
+ * the dot size and one "x y d" line per point (the frame and procedure are
+ * written even with no point). Returns 0. */
+KESTREL_API int32_t KESTREL_CALL OAMarkDataPos(KDC dc, KFILE psFile, OASet *set, float dotSize, int32_t colour);
+
 /* ---- Estimation ----------------------------------------------------------- */
 
 /* c0 exp(-((x1-x2)/Lx)^2 - ((y1-y2)/Ly)^2). */

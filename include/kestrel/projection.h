@@ -33,7 +33,10 @@ KESTREL_EXTERN_C_BEGIN
  * Polar codes raise latitudes on the far hemisphere to the rim (0.01 or
  * -0.01 deg); code 2 clamps the longitude offset to +-89.99 deg, codes 4 and
  * 6 to +-179.99 deg; code 5 moves points behind the horizon onto the unit
- * circle. Null pointers are ignored. */
+ * circle. Longitudes are taken as given, not wrapped: for code 5 a longitude
+ * more than the visible half-width from the centre counts as hidden even
+ * when a whole turn would bring it into view, so bring longitudes into the
+ * map domain first (AdjustLongitude). Null pointers are ignored. */
 KESTREL_API void KESTREL_CALL Project(float *x, float *y);
 
 /* Inverse projection under the current `proj`, in place.

@@ -17,6 +17,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -132,6 +133,9 @@ bool dashOn(KCanvas *c) {
     return true;
 }
 
+// Floor division for a positive divisor.
+inline int64_t floorDiv(int64_t a, int64_t b) { return a >= 0 ? a / b : -((-a + b - 1) / b); }
+
 // Cuts a segment that reaches far beyond the canvas down to the part near
 // it, so that the pixel walk below stays proportional to the canvas and not
 // to the coordinates (a wild coordinate must not stall the drawing). Pixels
@@ -166,7 +170,10 @@ bool clipLongLine(const KCanvas *c, int &x0, int &y0, int &x1, int &y1, bool &ke
 }
 
 // One-pixel line from (x0, y0) to (x1, y1), last pixel excluded, painted as
-// runs of unit squares.
+// runs of unit squares. Each step along the major axis takes the minor
+// coordinate of the ideal line rounded to the nearest pixel, a tie going to
+// the smaller coordinate whatever the direction: that is the pixel choice of
+// GDI's cosmetic lines (checked pixel for pixel against it in the tests).
 void cosmeticLine(KCanvas *c, int x0, int y0, int x1, int y1) {
     bool keepLast = false;
     if (!clipLongLine(c, x0, y0, x1, y1, keepLast)) return;
@@ -174,53 +181,35 @@ void cosmeticLine(KCanvas *c, int x0, int y0, int x1, int y1) {
         cairo_rectangle(c->cr, x1, y1, 1, 1);
     }
     cairo_t *cr = c->cr;
-    int dx = std::abs(x1 - x0), dy = std::abs(y1 - y0);
-    int sx = x0 < x1 ? 1 : -1, sy = y0 < y1 ? 1 : -1;
-    bool xMajor = dx >= dy;
-    int n = xMajor ? dx : dy;
-    int err = (xMajor ? dx : dy) / 2;
-    int x = x0, y = y0;
-    // run: consecutive "on" pixels sharing the minor coordinate
-    int runX = x, runY = y, runLen = 0;
+    const int64_t dx = x1 - x0, dy = y1 - y0;
+    const bool xMajor = std::llabs(dx) >= std::llabs(dy);
+    const int64_t n = xMajor ? std::llabs(dx) : std::llabs(dy);
+    const int64_t step = xMajor ? (dx > 0 ? 1 : -1) : (dy > 0 ? 1 : -1);
+    const int64_t minorSpan = xMajor ? dy : dx;
+    const int64_t majorStart = xMajor ? x0 : y0, minorStart = xMajor ? y0 : x0;
+    int64_t runStart = 0, runMinor = 0, runLen = 0;  // run along the major axis
     auto flush = [&]() {
         if (runLen == 0) return;
-        if (xMajor) {
-            int left = sx > 0 ? runX : runX - runLen + 1;
-            cairo_rectangle(cr, left, runY, runLen, 1);
-        } else {
-            int top = sy > 0 ? runY : runY - runLen + 1;
-            cairo_rectangle(cr, runX, top, 1, runLen);
-        }
+        const int64_t a = step > 0 ? runStart : runStart - runLen + 1;
+        if (xMajor)
+            cairo_rectangle(cr, static_cast<double>(a), static_cast<double>(runMinor), static_cast<double>(runLen), 1);
+        else
+            cairo_rectangle(cr, static_cast<double>(runMinor), static_cast<double>(a), 1, static_cast<double>(runLen));
         runLen = 0;
     };
-    for (int i = 0; i < n; ++i) {
-        bool on = dashOn(c);
+    for (int64_t i = 0; i < n; ++i) {
+        const int64_t major = majorStart + step * i;
+        // round-half-down of minorStart + i * minorSpan / n
+        const int64_t minor = minorStart + floorDiv(2 * i * minorSpan + n - 1, 2 * n);
+        const bool on = dashOn(c);
         ++c->dashPos;
+        if (!on || (runLen > 0 && minor != runMinor)) flush();
         if (on) {
             if (runLen == 0) {
-                runX = x;
-                runY = y;
+                runStart = major;
+                runMinor = minor;
             }
             ++runLen;
-        } else {
-            flush();
-        }
-        if (xMajor) {
-            x += sx;
-            err -= dy;
-            if (err < 0) {
-                flush();
-                y += sy;
-                err += dx;
-            }
-        } else {
-            y += sy;
-            err -= dx;
-            if (err < 0) {
-                flush();
-                x += sx;
-                err += dy;
-            }
         }
     }
     flush();
@@ -709,6 +698,23 @@ int setPolyFillMode(KDC c, int mode) {
     return old;
 }
 
+bool fillRects(KDC c, const Rect *rects, int n, KBRUSH brush) {
+    if (!c || (!rects && n > 0) || !brush) return false;
+    Object *b = obj(brush);
+    if (b->null || n <= 0) return true;
+    cairo_save(c->cr);
+    setSource(c->cr, b->colour);
+    // Rectangles of one colour: their union, whatever overlaps.
+    cairo_set_fill_rule(c->cr, CAIRO_FILL_RULE_WINDING);
+    for (int i = 0; i < n; ++i) {
+        const Rect &r = rects[i];
+        if (r.right > r.left && r.bottom > r.top) cairo_rectangle(c->cr, r.left, r.top, r.right - r.left, r.bottom - r.top);
+    }
+    cairo_fill(c->cr);
+    cairo_restore(c->cr);
+    return true;
+}
+
 // The canvas keeps colours, not indices: each distinct colour is matched once
 // against the palette (exact colours find their first entry, the in-between
 // shades of antialiased text their nearest one) and the answer is cached.
@@ -762,23 +768,6 @@ bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, uint8_t *out) {
             dst[x] = lastIndex;
         }
     }
-    return true;
-}
-
-bool fillRects(KDC c, const Rect *rects, int n, KBRUSH brush) {
-    if (!c || (!rects && n > 0) || !brush) return false;
-    Object *b = obj(brush);
-    if (b->null || n <= 0) return true;
-    cairo_save(c->cr);
-    setSource(c->cr, b->colour);
-    // Rectangles of one colour: their union, whatever overlaps.
-    cairo_set_fill_rule(c->cr, CAIRO_FILL_RULE_WINDING);
-    for (int i = 0; i < n; ++i) {
-        const Rect &r = rects[i];
-        if (r.right > r.left && r.bottom > r.top) cairo_rectangle(c->cr, r.left, r.top, r.right - r.left, r.bottom - r.top);
-    }
-    cairo_fill(c->cr);
-    cairo_restore(c->cr);
     return true;
 }
 

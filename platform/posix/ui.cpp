@@ -55,8 +55,8 @@ bool cursorPos(int32_t *x, int32_t *y) {
     return g_cb.cursorPos && g_cb.cursorPos(g_cb.user, x, y);
 }
 
-KWND createProgressBar(KWND, KINSTANCE, int, int, int, int, int range, int step) {
-    return g_cb.progressBar ? g_cb.progressBar(g_cb.user, range, step) : nullptr;
+KWND createProgressBar(KWND, KINSTANCE, int x, int y, int w, int h, int range, int step) {
+    return g_cb.progressBar ? g_cb.progressBar(g_cb.user, x, y, w, h, range, step) : nullptr;
 }
 
 int messageBox(KWND, const char *text, const char *caption, unsigned type) {

@@ -1,6 +1,5 @@
-// Independent GIF decoders for the GIF tests: giflib (loaded at run time,
-// so that the test program builds where giflib is absent and skips there)
-// and Pillow (through python3).
+// An independent GIF decoder for the GIF tests: giflib, loaded at run time
+// so that the test program builds where giflib is absent and skips there.
 #ifndef KESTREL_TESTS_GIF_DECODERS_H
 #define KESTREL_TESTS_GIF_DECODERS_H
 
@@ -19,12 +18,9 @@ struct DecodedGif {
     std::vector<uint8_t> pixels;   // width x height palette indices
 };
 
-// True when the decoder can be used on this machine.
+// True when giflib can be used on this machine.
 bool haveGiflib();
-bool havePillow();
-
 DecodedGif decodeWithGiflib(const std::string &path);
-DecodedGif decodeWithPillow(const std::string &path);
 
 // The data sub-blocks of the first image of a GIF file written by the
 // library (no extensions): their lengths in order, the terminator excluded,

@@ -2,6 +2,8 @@
 // come back from an independent decoder with the colours of the canvas.
 #if !defined(_WIN32)
 
+#include <cairo.h>
+#include <fontconfig/fontconfig.h>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -28,6 +30,17 @@ int32_t recordMessage(void *, const char *text, const char *caption, uint32_t) {
     g_messages.push_back({text, caption});
     return 1;
 }
+
+// Cairo and fontconfig keep their font caches until told to let go; without
+// this the leak checker reports them at exit.
+class FontCaches : public ::testing::Environment {
+public:
+    void TearDown() override {
+        cairo_debug_reset_static_data();
+        FcFini();
+    }
+};
+const ::testing::Environment *const g_fontCaches = ::testing::AddGlobalTestEnvironment(new FontCaches);
 
 class GifExport : public ::testing::Test {
 protected:
@@ -121,11 +134,6 @@ TEST_F(GifExport, CanvasPictureDecodesToItsColours) {
         }
     EXPECT_EQ(bad, 0);
     EXPECT_GT(shades, 0) << "the text should leave antialiased shades";
-    if (gt::havePillow()) {
-        const gt::DecodedGif p = gt::decodeWithPillow(dir + "/whole.gif");
-        ASSERT_TRUE(p.ok) << p.error;
-        EXPECT_TRUE(p.pixels == d.pixels);
-    }
 }
 
 TEST_F(GifExport, RectangleIsClampedInPlaceAndCutOut) {
