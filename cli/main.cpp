@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "cli/commands.h"
 #include "kestrel/kestrel.h"
 #include "section.h"
 
@@ -15,7 +16,11 @@ namespace {
 namespace fs = std::filesystem;
 
 int usage(std::FILE *to) {
-    std::fprintf(to, "%s%s", kDemoUsage, kSectionUsage);
+    std::fprintf(to, "%s%s%s", kDemoUsage,
+                 "       kestrel map [options] -o NAME\n"
+                 "  map     draw a map with coastlines and stations as NAME.png, NAME.gif, NAME.ps\n"
+                 "          (kestrel map --help for its options)\n",
+                 kSectionUsage);
     return to == stderr ? 2 : 0;
 }
 
@@ -35,11 +40,12 @@ std::string findPreamble(const std::string &asked, const char *argv0) {
 
 int main(int argc, char **argv) {
     if (argc < 2) {
-        std::fprintf(stderr, "kestrel: no command: kestrel demo, or kestrel section DATA.tsv ... (try kestrel --help)\n");
+        std::fprintf(stderr, "kestrel: no command: kestrel demo, kestrel section DATA.tsv ..., or kestrel map ... (try kestrel --help)\n");
         return 2;
     }
     const std::string cmd = argv[1];
     if (cmd == "--help" || cmd == "-h" || cmd == "help") return usage(stdout);
+    if (cmd == "map") return mapCommand(argc - 2, argv + 2);
     if (cmd == "section")
         return sectionMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
     if (cmd == "demo")

@@ -13,6 +13,7 @@
 #include "util.h"
 #include "canvas.h"
 #include "projection.h"
+#include "maps.h"
 #include "seawater.h"
 #include "gas.h"
 #include "rootsearch.h"

@@ -1,0 +1,379 @@
+// kestrel map: a station map in any of the seven projections, as PNG, GIF
+// and PostScript, drawn through the library's map calls in the order a host
+// uses them: layout, user system, clip, land, coastlines, stations, frame.
+#include "cli/commands.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "kestrel/kestrel.h"
+#include "kestrel/gif.h"
+#include "platform/platform.h"
+
+namespace {
+
+struct MapOptions {
+    int proj = 4;
+    float lonMin = -180, lonMax = 180, latMin = -90, latMax = 90;
+    bool haveDomain = false;
+    float centreLon = 0, centreLat = 0;
+    bool haveCentre = false;
+    std::string coast, lakes, stations, title, preamble;
+    bool grid = true, fillLand = true;
+    int width = 1000, height = 800;
+    int symbol = 1;
+    float symbolSize = 0.25f;
+    std::string out = "kestrel-map";
+};
+
+const char *const kProjNames[7] = {"none", "north", "equatorial", "south", "mollweide", "ortho", "oblique"};
+
+void mapUsage(std::FILE *to) {
+    std::fprintf(to,
+                 "usage: kestrel map [options] -o NAME\n"
+                 "  -p, --proj P       projection: 0 none, 1 north (polar orthographic), 2 equatorial\n"
+                 "                     (orthographic), 3 south, 4 mollweide (default), 5 ortho (general\n"
+                 "                     orthographic), 6 oblique (oblique Mollweide); number or name\n"
+                 "  -R W/E/S/N         domain in degrees (default: the whole globe, trimmed per projection)\n"
+                 "  -C LON/LAT         centre in degrees (default: middle of the domain)\n"
+                 "  --coast FILE       coastline file (.cst records; default $KESTREL_COASTLINES)\n"
+                 "  --lakes FILE       lakes file, filled white over the land\n"
+                 "  --no-fill          coastlines only, land not filled\n"
+                 "  --no-grid          no meridians and parallels\n"
+                 "  --stations FILE    table of stations: lon lat per line ('#' comments), drawn as symbols\n"
+                 "  --symbol N         symbol type 1..8 (dots, squares, diamonds, triangles, inverted\n"
+                 "                     triangles, stars, Xs, crosses); --symbol-size S in cm (default 0.25)\n"
+                 "  --title TEXT       title above the map\n"
+                 "  --size WxH         picture size in pixels at 40 pixels per cm (default 1000x800)\n"
+                 "  --preamble FILE    PostScript preamble (default: the project's data/preamble/kestrel.ps)\n"
+                 "  -o NAME            writes NAME.png, NAME.gif and NAME.ps (default kestrel-map)\n"
+                 "Coastline files are made from GSHHG (Debian packages gmt and gmt-gshhg-low, -high or -full):\n"
+                 "  python3 tools/gshhg_to_cst.py -r l coast_l.cst\n");
+}
+
+bool parseList(const char *s, float *v, int n) {
+    std::string t(s);
+    for (char &c : t)
+        if (c == '/' || c == ',') c = ' ';
+    std::istringstream in(t);
+    for (int i = 0; i < n; ++i)
+        if (!(in >> v[i]) || !std::isfinite(v[i])) return false;
+    std::string rest;
+    return !(in >> rest);
+}
+
+bool parseProj(const char *s, int *code) {
+    for (int i = 0; i < 7; ++i)
+        if (std::strcmp(s, kProjNames[i]) == 0) {
+            *code = i;
+            return true;
+        }
+    char *end = nullptr;
+    const long v = std::strtol(s, &end, 10);
+    if (!end || *end || v < 0 || v > 6) return false;
+    *code = static_cast<int>(v);
+    return true;
+}
+
+bool readStations(const std::string &path, std::vector<float> *lon, std::vector<float> *lat) {
+    std::ifstream in(path);
+    if (!in) return false;
+    std::string line;
+    while (std::getline(in, line)) {
+        const size_t hash = line.find('#');
+        if (hash != std::string::npos) line.resize(hash);
+        for (char &c : line)
+            if (c == ',' || c == ';' || c == '\t') c = ' ';
+        std::istringstream fields(line);
+        float x, y;
+        if (!(fields >> x >> y) || !std::isfinite(x) || !std::isfinite(y)) continue;  // headers, blank lines
+        lon->push_back(x);
+        lat->push_back(y);
+    }
+    return true;
+}
+
+bool fileExists(const std::string &path) {
+    std::FILE *f = std::fopen(path.c_str(), "rb");
+    if (f) std::fclose(f);
+    return f != nullptr;
+}
+
+void coastHint(const char *what) {
+    std::fprintf(stderr,
+                 "kestrel: %s\n"
+                 "  make a coastline file from GSHHG with the project's converter, for example\n"
+                 "    apt-get install gmt gmt-gshhg-low\n"
+                 "    python3 tools/gshhg_to_cst.py -r l coast_l.cst      (-r c, l, i, h or f)\n"
+                 "  and pass it with --coast coast_l.cst (or set KESTREL_COASTLINES)\n",
+                 what);
+}
+
+// Writes the PostScript text of a line.
+void psText(KFILE f, const std::string &s) { kestrel::plat::fileWriteText(f, s.c_str()); }
+
+}  // namespace
+
+int mapCommand(int argc, char **argv) {
+    MapOptions o;
+    if (const char *env = std::getenv("KESTREL_COASTLINES")) o.coast = env;
+#ifdef KESTREL_SOURCE_DIR
+    o.preamble = std::string(KESTREL_SOURCE_DIR) + "/data/preamble/kestrel.ps";
+#endif
+    for (int i = 0; i < argc; ++i) {
+        const std::string a = argv[i];
+        auto value = [&](const char **v) {
+            if (i + 1 >= argc) {
+                std::fprintf(stderr, "kestrel map: %s needs a value\n", a.c_str());
+                return false;
+            }
+            *v = argv[++i];
+            return true;
+        };
+        const char *v = nullptr;
+        if (a == "-h" || a == "--help") {
+            mapUsage(stdout);
+            return 0;
+        } else if (a == "-p" || a == "--proj") {
+            if (!value(&v)) return 2;
+            if (!parseProj(v, &o.proj)) {
+                std::fprintf(stderr, "kestrel map: unknown projection '%s'\n", v);
+                return 2;
+            }
+        } else if (a == "-R") {
+            if (!value(&v)) return 2;
+            float d[4];
+            if (!parseList(v, d, 4)) {
+                std::fprintf(stderr, "kestrel map: -R wants W/E/S/N in degrees, not '%s'\n", v);
+                return 2;
+            }
+            o.lonMin = d[0], o.lonMax = d[1], o.latMin = d[2], o.latMax = d[3];
+            o.haveDomain = true;
+        } else if (a == "-C") {
+            if (!value(&v)) return 2;
+            float c[2];
+            if (!parseList(v, c, 2)) {
+                std::fprintf(stderr, "kestrel map: -C wants LON/LAT in degrees, not '%s'\n", v);
+                return 2;
+            }
+            o.centreLon = c[0], o.centreLat = c[1];
+            o.haveCentre = true;
+        } else if (a == "--coast") {
+            if (!value(&v)) return 2;
+            o.coast = v;
+        } else if (a == "--lakes") {
+            if (!value(&v)) return 2;
+            o.lakes = v;
+        } else if (a == "--stations") {
+            if (!value(&v)) return 2;
+            o.stations = v;
+        } else if (a == "--title") {
+            if (!value(&v)) return 2;
+            o.title = v;
+        } else if (a == "--preamble") {
+            if (!value(&v)) return 2;
+            o.preamble = v;
+        } else if (a == "--symbol") {
+            if (!value(&v)) return 2;
+            o.symbol = std::atoi(v);
+            if (o.symbol < 1 || o.symbol > 8) {
+                std::fprintf(stderr, "kestrel map: --symbol wants 1..8\n");
+                return 2;
+            }
+        } else if (a == "--symbol-size") {
+            if (!value(&v)) return 2;
+            o.symbolSize = static_cast<float>(std::atof(v));
+            if (!(o.symbolSize > 0 && o.symbolSize < 5)) {
+                std::fprintf(stderr, "kestrel map: --symbol-size wants 0 < S < 5 (cm)\n");
+                return 2;
+            }
+        } else if (a == "--size") {
+            if (!value(&v)) return 2;
+            if (std::sscanf(v, "%dx%d", &o.width, &o.height) != 2 || o.width < 200 || o.height < 200 ||
+                o.width > 8000 || o.height > 8000) {
+                std::fprintf(stderr, "kestrel map: --size wants WxH, 200..8000 pixels each\n");
+                return 2;
+            }
+        } else if (a == "--no-grid") {
+            o.grid = false;
+        } else if (a == "--no-fill") {
+            o.fillLand = false;
+        } else if (a == "-o") {
+            if (!value(&v)) return 2;
+            o.out = v;
+        } else {
+            std::fprintf(stderr, "kestrel map: unknown option '%s' (try kestrel map --help)\n", a.c_str());
+            return 2;
+        }
+    }
+    if (!o.haveCentre) {
+        o.centreLon = (o.lonMin + o.lonMax) * 0.5f;
+        o.centreLat = static_cast<float>(DfltPoleLat(o.proj, o.latMin, o.latMax, (o.latMin + o.latMax) * 0.5f));
+    }
+    if (!o.coast.empty() && !fileExists(o.coast)) {
+        coastHint(("coastline file '" + o.coast + "' not found").c_str());
+        return 1;
+    }
+    if (o.coast.empty()) coastHint("no coastline file given: drawing the map without coastlines");
+    std::vector<float> stLon, stLat;
+    if (!o.stations.empty() && !readStations(o.stations, &stLon, &stLat)) {
+        std::fprintf(stderr, "kestrel map: cannot read station table '%s'\n", o.stations.c_str());
+        return 1;
+    }
+
+    // The page: 40 pixels per centimetre.
+    const float ppl = 40.0f;
+    KDC dc = KCanvasCreate(o.width, o.height);
+    if (!dc) {
+        std::fprintf(stderr, "kestrel: cannot create a %d x %d canvas\n", o.width, o.height);
+        return 1;
+    }
+    hdcMem = dc;
+    Vbmp_size_cx = o.width;
+    Vbmp_size_cy = o.height;
+    VX.devPixels = o.width;
+    VY.devPixels = o.height;
+    VX.pixPerLength = VY.pixPerLength = ppl;
+    VX.devLength = static_cast<float>(o.width) / ppl;
+    VY.devLength = static_cast<float>(o.height) / ppl;
+    InitCGS(dc, &mCGS);
+    mCGS.paletteFile[0] = '\0';
+    LoadPaletteFile(dc, nullptr);
+    InitmemDC();
+    SetDfltFont(&mFS);
+    SetColorMode(1);
+
+    // The map area: margins for the labels and the title.
+    const float areaX = 2.0f, areaY = 1.8f;
+    const float areaW = VX.devLength - 4.0f, areaH = VY.devLength - 4.0f;
+    float xMin, xMax, w, xOff, yMin, yMax, h, yOff;
+    float lonMin = o.lonMin, lonMax = o.lonMax, latMin = o.latMin, latMax = o.latMax;
+    float cLon = o.centreLon, cLat = o.centreLat;
+    if (AdjustMapLayout(&xMin, &xMax, &w, &xOff, &yMin, &yMax, &h, &yOff, &lonMin, &lonMax, &cLon, &latMin, &latMax,
+                        &cLat, o.proj, areaW, areaX, areaH, areaY))
+        std::printf("kestrel map: domain adjusted to %g/%g/%g/%g, centre %g/%g (%s)\n", lonMin, lonMax, latMin,
+                    latMax, cLon, cLat, szProjLabel[proj < 0 || proj > 6 ? 0 : proj]);
+    if (!(w > 0 && h > 0)) {
+        std::fprintf(stderr, "kestrel map: the domain %g/%g/%g/%g is empty\n", lonMin, lonMax, latMin, latMax);
+        KCanvasDestroy(dc);
+        hdcMem = nullptr;
+        return 1;
+    }
+
+    const std::string psName = o.out + ".ps", pngName = o.out + ".png", gifName = o.out + ".gif";
+    KFILE ps = nullptr;
+    if (fileExists(o.preamble))
+        ps = PSOpenFile(psName.c_str(), o.preamble.c_str(), "", "\nBeginPlot\n", 0);
+    else
+        std::fprintf(stderr, "kestrel map: preamble '%s' not found (--preamble): no PostScript written\n",
+                     o.preamble.c_str());
+    if (ps) PSPalette(ps);
+
+    UsrSys(dc, xMin, xMax, w, xOff, yMin, yMax, h, yOff);
+    PSUsrSys(ps, "", xMin, xMax, w, xOff, yMin, yMax, h, yOff);
+    const float fontSize = 10.0f;
+    mCGS.fontSize = fontSize;
+
+    // Land and coastlines inside the map's clip; the PostScript clip ends
+    // with the grestore before the frame, whose labels stand outside.
+    if (ps) psText(ps, "gsave\n");
+    ClipMapWindow(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, 0);
+    const int land = FindClosestColor(0.82f, 0.82f, 0.82f), white = 1, black = 0, red = 2;
+    if (!o.coast.empty()) {
+        if (o.fillLand) {
+            SetColor(land);
+            PSSetColor(ps, land);
+            DrawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,
+                      yOff, 1, 0);
+            if (!o.lakes.empty()) {
+                SetColor(white);
+                PSSetColor(ps, white);
+                DrawWorld(dc, ps, o.lakes.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax,
+                          h, yOff, 1, 0);
+            }
+        }
+        SetColor(black);
+        PSSetColor(ps, black);
+        if (ps) psText(ps, "thin_line\n");
+        DrawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff,
+                  0, 1);
+        if (!o.lakes.empty())
+            DrawWorld(dc, ps, o.lakes.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,
+                      yOff, 0, 1);
+    }
+    if (!stLon.empty()) {
+        // Stations on the map's visible side only, at their projected places.
+        std::vector<float> x, y;
+        for (size_t i = 0; i < stLon.size(); ++i) {
+            float lon = stLon[i], lat = stLat[i];
+            if (lon < lonMin) lon += 360.0f;
+            if (lon > lonMax) lon -= 360.0f;
+            if (!IsInsideMapDomain(lon, lat)) continue;
+            Project(&lon, &lat);
+            if (!IsProjMapCoord(lon, lat)) continue;
+            x.push_back(lon);
+            y.push_back(lat);
+        }
+        SetColor(red);
+        PSSetColor(ps, red);
+        DrawSymbols(dc, ps, x.data(), y.data(), static_cast<int32_t>(x.size()), o.symbol, o.symbolSize);
+        std::printf("kestrel map: %zu of %zu stations on the map\n", x.size(), stLon.size());
+    }
+    if (ps) psText(ps, "grestore\n");
+    ClipVWP(dc, 0);
+
+    DrawMapFrame(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, fontSize, black,
+                 o.grid ? 1 : 0);
+    // The unprojected map's frame object is the host's to close.
+    if (ps && (proj < 1 || proj > 6)) psText(ps, "grestore\n%%PS-OBJECT: MapFrame end\n");
+
+    if (!o.title.empty()) {
+        SetColor(black);
+        PSSetColor(ps, black);
+        SetLorgVal(dc, 2);
+        const float tx = (xMin + xMax) * 0.5f, ty = yMax + (yMax - yMin) * 0.04f;
+        ClipVWP(dc, 0);
+        DrawString(dc, o.title.c_str(), tx, ty, 0, fontSize * 1.4f);
+        if (ps) {
+            std::vector<char> t(o.title.size() * 2 + 8);
+            std::snprintf(t.data(), t.size(), "%s", o.title.c_str());
+            MkePSString(t.data(), static_cast<int32_t>(t.size()));
+            char line[512];
+            std::snprintf(line, sizeof line, "/lorg 2 def %g SetMyFont 0 setgray (%.400s) %g %g showstring\n",
+                          static_cast<double>(fontSize * 1.4f), t.data(), static_cast<double>(tx),
+                          static_cast<double>(ty));
+            psText(ps, line);
+        }
+    }
+
+    int status = 0;
+    if (ps) {
+        psText(ps, "EndPlot\nshowpage\n");
+        kestrel::plat::fileClose(ps);
+        std::printf("kestrel: wrote %s\n", psName.c_str());
+    }
+    if (KCanvasSavePNG(dc, pngName.c_str())) {
+        std::printf("kestrel: wrote %s\n", pngName.c_str());
+    } else {
+        std::fprintf(stderr, "kestrel: cannot write %s\n", pngName.c_str());
+        status = 1;
+    }
+    std::remove(gifName.c_str());  // the GIF writer keeps the tail of a longer old file
+    int32_t rect[4] = {0, 0, o.width - 1, o.height - 1};
+    if (BMPtoGIF(dc, nullptr, rect, gifName.c_str())) {
+        std::printf("kestrel: wrote %s\n", gifName.c_str());
+    } else {
+        std::fprintf(stderr, "kestrel: cannot write %s\n", gifName.c_str());
+        status = 1;
+    }
+    DeleteMYPalette();
+    KCanvasDestroy(dc);
+    hdcMem = nullptr;
+    return status;
+}

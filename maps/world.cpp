@@ -1,0 +1,289 @@
+// Coastline drawing.
+//
+// A coastline file is a plain sequence of records, little-endian, no header:
+//   int32 n, int32 m, then n float32 (lon, lat) pairs [deg], n <= 1500.
+// A record whose first and last points are identical is a closed polygon
+// (land, or lake water) and may be filled; its first m points are real
+// shoreline and form the drawn outline, the rest runs along artificial cut
+// edges that are filled but never stroked. Files stored in 0..360 are drawn
+// a second time shifted by -360 when the map reaches west of the prime
+// meridian.
+//
+// Cost: visibility is decided on the raw coordinates before anything is
+// projected, so records off the map cost only the scan; the file is read in
+// large blocks and a record's PostScript is formatted into one buffer and
+// written with one call, with no allocation per record.
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "kestrel/colour.h"
+#include "kestrel/draw.h"
+#include "kestrel/maps.h"
+#include "kestrel/projection.h"
+#include "kestrel/util.h"
+#include "maps/map_internal.h"
+#include "maps/projections.h"
+#include "platform/platform.h"
+#include "plot/transform.h"
+
+using namespace kestrel;
+
+namespace {
+
+constexpr int32_t kMaxRecordPoints = 1500;
+
+// Reads the file in blocks; records are taken from the block in place.
+class RecordReader {
+public:
+    explicit RecordReader(KFILE f) : f_(f), buf_(new (std::nothrow) unsigned char[kSize]) {}
+    ~RecordReader() { delete[] buf_; }
+    RecordReader(const RecordReader &) = delete;
+    RecordReader &operator=(const RecordReader &) = delete;
+    bool ok() const { return buf_ != nullptr; }
+
+    // Makes `bytes` (at most kSize) contiguous at the read position; false
+    // at the end of the file.
+    bool need(size_t bytes) {
+        if (end_ - pos_ >= bytes) return true;
+        std::memmove(buf_, buf_ + pos_, end_ - pos_);
+        end_ -= pos_;
+        pos_ = 0;
+        while (end_ < bytes) {
+            const long k = plat::fileRead(f_, buf_ + end_, kSize - end_);
+            if (k <= 0) return false;
+            end_ += static_cast<size_t>(k);
+        }
+        return true;
+    }
+    const unsigned char *take(size_t bytes) {
+        const unsigned char *p = buf_ + pos_;
+        pos_ += bytes;
+        return p;
+    }
+    // Skips bytes; false when the file ends first.
+    bool skip(size_t bytes) {
+        while (bytes > 0) {
+            if (!need(1)) return false;
+            const size_t k = bytes < end_ - pos_ ? bytes : end_ - pos_;
+            pos_ += k;
+            bytes -= k;
+        }
+        return true;
+    }
+
+private:
+    static constexpr size_t kSize = 1 << 18;
+    KFILE f_;
+    unsigned char *buf_;
+    size_t pos_ = 0, end_ = 0;
+};
+
+int32_t readInt32(const unsigned char *p) {
+    const uint32_t v = static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
+                       static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
+    int32_t r;
+    std::memcpy(&r, &v, 4);
+    return r;
+}
+
+void readFloats(const unsigned char *p, float *out, int32_t count) {
+    const uint32_t probe = 1;
+    unsigned char first;
+    std::memcpy(&first, &probe, 1);
+    if (first == 1) {  // a little-endian machine reads the file as it is
+        std::memcpy(out, p, static_cast<size_t>(count) * 4);
+        return;
+    }
+    for (int32_t i = 0; i < count; ++i, p += 4) {
+        const uint32_t v = static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
+                           static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
+        std::memcpy(&out[i], &v, 4);
+    }
+}
+
+// The text DrawPoly writes for a path ("\nnp\nX Y M\n", then "dX dY R\n"
+// for every step that moves), formatted into one buffer. The coordinates are
+// whole numbers of the 0..5000 system; they are printed as "%g" prints them.
+class PathText {
+public:
+    void clear() { len_ = 0; }
+    void path(const float *x, const float *y, int32_t n) {
+        text("\nnp\n");
+        number(x[0]);
+        text(" ");
+        number(y[0]);
+        text(" M\n");
+        for (int32_t i = 1; i < n; ++i) {
+            const float dx = x[i] - x[i - 1], dy = y[i] - y[i - 1];
+            if (dx == 0.0f && dy == 0.0f) continue;
+            number(dx);
+            text(" ");
+            number(dy);
+            text(" R\n");
+        }
+    }
+    void text(const char *s) {
+        const size_t k = std::strlen(s);
+        if (len_ + k < sizeof buf_) {
+            std::memcpy(buf_ + len_, s, k);
+            len_ += k;
+        }
+    }
+    long write(KFILE f) { return len_ ? plat::fileWrite(f, buf_, len_) : 0; }
+
+private:
+    void number(float v) {
+        if (len_ + 32 >= sizeof buf_) return;
+        if (v == std::trunc(v) && std::fabs(v) < 100000.0f) {  // where "%g" prints the plain integer
+            long i = static_cast<long>(v);
+            if (i < 0 || (i == 0 && std::signbit(v))) {
+                buf_[len_++] = '-';
+                i = -i;
+            }
+            char digits[8];
+            int k = 0;
+            do {
+                digits[k++] = static_cast<char>('0' + i % 10);
+                i /= 10;
+            } while (i);
+            while (k) buf_[len_++] = digits[--k];
+        } else {
+            len_ += static_cast<size_t>(std::snprintf(buf_ + len_, 32, "%g", static_cast<double>(v)));
+        }
+    }
+    // Two paths of 1500 points at up to 26 characters a step, and the verbs.
+    char buf_[2 * kMaxRecordPoints * 28 + 64];
+    size_t len_ = 0;
+};
+
+// Work arrays of one pass; the library draws on one thread.
+struct PassWork {
+    float x[kMaxRecordPoints], y[kMaxRecordPoints];
+    PathText ps;
+};
+PassWork gWork;
+
+}  // namespace
+
+extern "C" {
+
+KESTREL_API void KESTREL_CALL DrawWorldPass(KDC dc, KFILE psFile, float lonMin, float lonMax, float uxMin,
+                                            float uxMax, float latMin, float latMax, float uyMin, float uyMax,
+                                            int32_t fill, int32_t outline, float shift, const float *points,
+                                            int32_t n, int32_t m) {
+    if (!points || n <= 0) return;
+    if (n > kMaxRecordPoints) n = kMaxRecordPoints;
+    if (m > n) m = n;
+    const float *last = points + 2 * (n - 1);
+    const bool fillable = fill && n >= 3 && points[0] == last[0] && points[1] == last[1];
+    const float refLon = shift >= 0 ? (lonMin > 0 ? lonMin : 0.0f) : (lonMin < 0 ? lonMin : 0.0f);
+    float *x = gWork.x, *y = gWork.y;
+    bool visible = false;
+    if (proj == 5) {
+        const double c = gProj.centreLon;
+        for (int32_t i = 0; i < n; ++i) {
+            double lon = static_cast<double>(points[2 * i]) - shift;
+            const float lat = points[2 * i + 1];
+            const double h = visibleLonRange(gProj, lat);
+            if (lat >= latMin && lat <= latMax && std::fabs(lon - c) < h) visible = true;
+            // Only the eastern horizon is clamped here; points beyond the
+            // western one are pushed onto the rim by the projection.
+            if (h < 180.0 && lon > c + h) lon = c + h;
+            x[i] = static_cast<float>(lon);
+            y[i] = lat;
+        }
+    } else {
+        for (int32_t i = 0; i < n; ++i) {
+            const float lon = points[2 * i] - shift, lat = points[2 * i + 1];
+            visible = visible || (lat >= latMin && lat <= latMax && lon >= lonMin && lon <= lonMax);
+            x[i] = lon;
+            y[i] = lat;
+        }
+    }
+    if (!visible) {
+        // Land all round a small map still fills it.
+        if (!fillable || proj == 5 || !MyPtInPolygon(x, y, n, refLon, latMin)) return;
+        for (int32_t i = 0; i < n; ++i) y[i] = points[2 * i + 1];  // undo the test's nudges
+    }
+    for (int32_t i = 0; i < n; ++i) Project(&x[i], &y[i]);
+    if (dc) {
+        if (fillable) DrawPoly(dc, nullptr, x, y, n, 0, 2);
+        if (outline && m > 0) DrawPoly(dc, nullptr, x, y, m, 0, 1);
+    }
+    if (psFile) {
+        const MapUserSys u{uxMin, uxMax, 0, 0, uyMin, uyMax, 0, 0};
+        toMapPSUnits(u, x, y, n);
+        PathText &t = gWork.ps;
+        t.clear();
+        if (fillable) {
+            t.path(x, y, n);
+            t.text("Fill\n");
+        }
+        if (outline && m > 0) {
+            t.path(x, y, m);
+            t.text("stroke\n");
+        }
+        t.write(psFile);
+    }
+}
+
+KESTREL_API int32_t KESTREL_CALL DrawWorld(KDC dc, KFILE psFile, const char *path, float lonMin, float lonMax,
+                                           float latMin, float latMax, float uxMin, float uxMax, float pxMin,
+                                           float pxMax, float uyMin, float uyMax, float pyMin, float pyMax,
+                                           int32_t fill, int32_t outline) {
+    if (!path) return 0;
+    KFILE in = plat::fileOpenRead(path);
+    if (!in) return 0;
+    RecordReader reader(in);
+    if (!reader.ok()) {
+        plat::fileClose(in);
+        return 0;
+    }
+    const MapUserSys u{uxMin, uxMax, pxMin, pxMax, uyMin, uyMax, pyMin, pyMax};
+    KPALETTE previous = nullptr;
+    if (dc) {
+        previous = ActivateMyPalette(dc);
+        plat::selectObject(dc, plat::createPen(plat::PenSolid, mCGS.penWidth, mCGS.color));
+        plat::selectObject(dc, plat::createSolidBrush(mCGS.color));
+    }
+    long result = 1;
+    if (psFile) {
+        char line[1200];
+        std::snprintf(line, sizeof line, "\n%%%%PS-OBJECT: CDT=%.1000s begin\n\n", path);
+        plat::fileWriteText(psFile, line);
+        writeTempUsrSys(psFile, u);
+    }
+    float pts[2 * kMaxRecordPoints];
+    while (reader.need(8)) {
+        const unsigned char *h = reader.take(8);
+        const int32_t n = readInt32(h), m = readInt32(h + 4);
+        if (n <= 0) continue;
+        const int32_t keep = n > kMaxRecordPoints ? kMaxRecordPoints : n;
+        if (!reader.need(static_cast<size_t>(keep) * 8)) break;
+        readFloats(reader.take(static_cast<size_t>(keep) * 8), pts, 2 * keep);
+        // Records beyond the format's limit keep their first points only.
+        if (keep < n && !reader.skip(static_cast<size_t>(n - keep) * 8)) break;
+        DrawWorldPass(dc, psFile, lonMin, lonMax, uxMin, uxMax, latMin, latMax, uyMin, uyMax, fill, outline, 0.0f,
+                      pts, keep, m);
+        if (lonMin < 0)
+            DrawWorldPass(dc, psFile, lonMin, lonMax, uxMin, uxMax, latMin, latMax, uyMin, uyMax, fill, outline,
+                          360.0f, pts, keep, m);
+    }
+    plat::fileClose(in);
+    if (dc) {
+        RestorePen(dc, "DrawWorld");
+        RestoreBrush(dc, "DrawWorld");
+        RestorePalette(dc, previous, "DrawWorld");
+    }
+    if (psFile) {
+        writeMapUsrSys(psFile, u, "");
+        char line[1200];
+        std::snprintf(line, sizeof line, "\n%%%%PS-OBJECT: CDT=%.1000s end\n", path);
+        result = plat::fileWriteText(psFile, line);
+    }
+    return static_cast<int32_t>(result);
+}
+
+}  // extern "C"
