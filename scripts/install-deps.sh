@@ -14,6 +14,8 @@ packages=(
   ghostscript libgif-dev python3-pil
   # published echo-sounding tables (carter.d), converted at build time
   gmt-common
+  # coastlines: GMT with the low-resolution GSHHG shorelines, for the converter and its check
+  gmt gmt-gshhg-low python3-numpy
   # the Windows DLLs and their tests
   g++-mingw-w64-x86-64 g++-mingw-w64-i686 binutils-mingw-w64 wine wine64
 )
