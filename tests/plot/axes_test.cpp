@@ -1,52 +1,32 @@
 // Axes, annotation thinning, decimals and the colour bar.
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <string>
+#include <tuple>
 
 #include "kestrel/axes.h"
 #include "plot_fixture.h"
 
-namespace {
-
-std::string captureFile(const std::string &name, const std::function<void(KFILE)> &body) {
-    const std::string path = kt::scratchDir("axes_" + name) + "/out.ps";
-    KFILE f = kt::createFile(path);
-    body(f);
-    kt::closeFile(f);
-    return kt::readFile(path);
-}
-
-uint32_t rgbOf(int32_t i) { return static_cast<uint32_t>(Vcolor[i][0] | (Vcolor[i][1] << 8) | (Vcolor[i][2] << 16)); }
-
-}  // namespace
 
 TEST(AxisAnnotation, ThinningAndDecimals) {
     int32_t first = 0, last = 0;
     float step = 1.0f;
     // 25 label positions on 10 length units: the step grows threefold.
     SetAxisAnnotationPos(&first, &last, &step, 0.0f, 0.0f, 25.0f, 10.0f);
-    EXPECT_EQ(step, 3.0f);
-    EXPECT_EQ(first, 0);
-    EXPECT_EQ(last, 8);
+    EXPECT_EQ(std::make_tuple(first, last, step), std::make_tuple(0, 8, 3.0f));
     // Two rounds at most: the range then belongs to the step before the
     // last enlargement.
     step = 1.0f;
     SetAxisAnnotationPos(&first, &last, &step, 0.0f, 0.0f, 25.0f, 1.0f);
-    EXPECT_EQ(step, 52.0f);
-    EXPECT_EQ(first, 0);
-    EXPECT_EQ(last, 1);
+    EXPECT_EQ(std::make_tuple(first, last, step), std::make_tuple(0, 1, 52.0f));
     // A falling range is ordered; an origin offsets the indexes.
     step = 2.0f;
     SetAxisAnnotationPos(&first, &last, &step, 1.0f, 9.0f, -3.0f, 20.0f);
-    EXPECT_EQ(std::make_pair(first, last), std::make_pair(-2, 4));
-    EXPECT_EQ(step, 2.0f);
+    EXPECT_EQ(std::make_tuple(first, last, step), std::make_tuple(-2, 4, 2.0f));
 
-    EXPECT_EQ(dfltNDecimals(0.5f, 0.01f, 0.1f, 1.0f, 10.0f), 2);
-    EXPECT_EQ(dfltNDecimals(0.005f, 0.01f, 0.1f, 1.0f, 10.0f), 4);
-    EXPECT_EQ(dfltNDecimals(0.05f, 0.01f, 0.1f, 1.0f, 10.0f), 3);
-    EXPECT_EQ(dfltNDecimals(5.0f, 0.01f, 0.1f, 1.0f, 10.0f), 1);
-    EXPECT_EQ(dfltNDecimals(50.0f, 0.01f, 0.1f, 1.0f, 10.0f), 0);
+    const float steps[] = {0.005f, 0.05f, 0.5f, 5.0f, 50.0f};
+    const int32_t decimals[] = {4, 3, 2, 1, 0};
+    for (int k = 0; k < 5; ++k) EXPECT_EQ(dfltNDecimals(steps[k], 0.01f, 0.1f, 1.0f, 10.0f), decimals[k]) << steps[k];
 }
 
 class AxesTest : public PlotTest {
@@ -64,10 +44,7 @@ TEST_F(AxesTest, XAxisLineTicksAndLabels) {
     mCGS.fill = 1;
     mCGS.boxFrame = 1;
     XAxisLabels(dc, 0.0f, 0.0f, 0.5f, 1.0f, "distance", "title", 0);
-    // The state is back.
-    EXPECT_EQ(mCGS.lorg, 5);
-    EXPECT_EQ(mCGS.fill, 1);
-    EXPECT_EQ(mCGS.boxFrame, 1);
+    EXPECT_EQ(std::make_tuple(mCGS.lorg, mCGS.fill, mCGS.boxFrame), std::make_tuple(5, 1, 1));  // the state is back
     const kt::Image img = kt::pictureImage(dc);
     const int row = VY.lowPix;
     // The axis line covers the viewport.
@@ -99,7 +76,7 @@ TEST_F(AxesTest, YAxisTitleDistance) {
 }
 
 TEST_F(AxesTest, ColourBarSlicesTrianglesAndPostScript) {
-    const std::string ps = captureFile("bar", [&](KFILE f) {
+    const std::string ps = kt::capture("bar", [&](KFILE f) {
         DrawColorBar(dc, f, "T (C)", 12.0f, 0.0f, 10.0f, 11.0f, 0.0f, 5.0f, 0.0f, 20.0f, -2.0f, 2.0f);
     });
     // 199 slices, a line break after every twelfth.
@@ -138,8 +115,8 @@ TEST_F(AxesTest, ColourBarSlicesTrianglesAndPostScript) {
     CMapInitialize(0.0f, 20.0f, -2.0f, 2.0f);
     for (int i : {0, 50, 100, 198}) {
         const int y = static_cast<int>(i * p) + VY.lowPix + static_cast<int>(p) / 2 - 1;
-        EXPECT_EQ(kt::picturePixel(dc, x, y), rgbOf(CMapCalColor(0.0f + i * (20.0f * 0.0050251256f)))) << i;
+        EXPECT_EQ(kt::picturePixel(dc, x, y), kt::paletteColour(CMapCalColor(0.0f + i * (20.0f * 0.0050251256f)))) << i;
     }
-    EXPECT_EQ(kt::picturePixel(dc, x, VY.lowPix + 1), rgbOf(32));
-    EXPECT_EQ(kt::picturePixel(dc, x, VY.highPix - 2), rgbOf(144));
+    EXPECT_EQ(kt::picturePixel(dc, x, VY.lowPix + 1), kt::paletteColour(32));
+    EXPECT_EQ(kt::picturePixel(dc, x, VY.highPix - 2), kt::paletteColour(144));
 }

@@ -1,7 +1,6 @@
 // The user coordinate system: hand-worked transforms, the viewport clip and
-// frame on a real drawing target, and the PostScript form.
+// frame on a real drawing target.
 #include <cmath>
-#include <string>
 
 #include "common/canvas.h"
 #include "common/testing.h"
@@ -121,16 +120,6 @@ TEST(Viewport, ClipWidensRightEdgeOnlyAndFrameDrawsNestedRings) {
     EXPECT_EQ(kt::pixel(dc, 70, 90), 0xFFFFFFu);  // inside stays white
     hdcMem = nullptr;
     kt::freeCanvas(dc);
-}
-
-TEST(Viewport, PostScriptFormIsOneLineOfPlainNumbers) {
-    const std::string path = kt::scratchDir("PSUsrSys") + "/u.ps";
-    KFILE f = kestrel::plat::fileCreate(path.c_str());
-    ASSERT_NE(f, nullptr);
-    PSUsrSys(f, "%% section\n", 0, 6000, 20, 3, 5500, 0, 12.5f, 3);
-    PSUsrSys(nullptr, "ignored", 0, 1, 1, 1, 0, 1, 1, 1);
-    kestrel::plat::fileClose(f);
-    EXPECT_EQ(kt::readFile(path), "%% section\n0 6000 20 3 5500 0 12.5 3 UsrSys\n\n");
 }
 
 }  // namespace
