@@ -1,5 +1,9 @@
 #include "picture.h"
 
+#include "common/canvas.h"
+#include "kestrel/kestrel.h"
+#include "plot/text.h"
+
 #if defined(_WIN32)
 #include <windows.h>
 
@@ -141,5 +145,25 @@ bool savePNG(const std::string &path, const Image &img) {
 }
 
 #endif
+
+KDC openPage(int w, int h, float ppl) {
+    KDC dc = createPicture(w, h);
+    if (!dc) return nullptr;
+    InitCGS(dc, &mCGS);
+    mCGS.paletteFile[0] = '\0';
+    LoadPaletteFile(dc, nullptr);
+    startPicture(dc, w, h, ppl);
+    SetDfltFont(&mFS);
+    return dc;
+}
+
+void closePage(KDC dc) {
+    kestrel::releaseLibraryFont();
+    DeleteMYPalette();
+    hdcMem = nullptr;
+    destroyPicture(dc);
+}
+
+uint32_t paletteColour(int i) { return static_cast<uint32_t>(Vcolor[i][0] | Vcolor[i][1] << 8 | Vcolor[i][2] << 16); }
 
 }  // namespace kt

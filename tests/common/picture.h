@@ -26,6 +26,14 @@ struct Image {
 };
 
 Image pictureImage(KDC dc);
+
+// A white picture of w x h pixels at ppl pixels per length unit, made the
+// library's picture (hdcMem) and started, with a fresh graphics state, the
+// built-in palette and the default font. closePage releases all of it.
+KDC openPage(int w, int h, float ppl);
+void closePage(KDC dc);
+// Device colour of palette entry i (red in the low byte).
+uint32_t paletteColour(int i);
 // PNG files (POSIX only; false on Windows).
 bool loadPNG(const std::string &path, Image *img);
 bool savePNG(const std::string &path, const Image &img);

@@ -70,20 +70,31 @@ bool renderPostScript(const std::string &psPath, int w, int h, double dpi, const
 
 ImageDiff compareImages(const Image &a, const Image &b, int radius, int tol) {
     ImageDiff d;
-    for (int y = 0; y < a.h; ++y)
-        for (int x = 0; x < a.w; ++x)
-            if (isInk(a.at(x, y))) {
-                ++d.inkA;
-                if (!matched(b, x, y, a.at(x, y), radius, tol)) ++d.missA;
-            }
-    for (int y = 0; y < b.h; ++y)
-        for (int x = 0; x < b.w; ++x)
-            if (isInk(b.at(x, y))) {
-                ++d.inkB;
-                if (!matched(a, x, y, b.at(x, y), radius, tol)) ++d.missB;
-            }
+    auto count = [&](const Image &p, const Image &q, long &ink, long &miss) {
+        for (int y = 0; y < p.h; ++y)
+            for (int x = 0; x < p.w; ++x)
+                if (isInk(p.at(x, y))) {
+                    ++ink;
+                    if (!matched(q, x, y, p.at(x, y), radius, tol)) ++miss;
+                }
+    };
+    count(a, b, d.inkA, d.missA);
+    count(b, a, d.inkB, d.missB);
     const long ink = d.inkA + d.inkB;
     d.share = ink ? static_cast<double>(d.missA + d.missB) / static_cast<double>(ink) : 0.0;
+    return d;
+}
+
+ImageDiff compareWithPostScript(KDC dc, const std::string &dir, double dpi, int radius, int tol) {
+    const Image screen = pictureImage(dc);
+    std::string log;
+    Image paper;
+    EXPECT_TRUE(renderPostScript(dir + "/plot.ps", screen.w, screen.h, dpi, dir + "/ps.png", &log)) << log;
+    EXPECT_TRUE(loadPNG(dir + "/ps.png", &paper));
+    savePNG(dir + "/screen.png", screen);
+    savePNG(dir + "/diff.png", diffImage(screen, paper, radius, tol));
+    const ImageDiff d = compareImages(screen, paper, radius, tol);
+    ::testing::Test::RecordProperty("share", std::to_string(d.share));
     return d;
 }
 

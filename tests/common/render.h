@@ -36,6 +36,11 @@ struct ImageDiff {
 };
 ImageDiff compareImages(const Image &a, const Image &b, int radius = 1, int tol = 24);
 
+// Renders dir/plot.ps at the size of dc's picture (dpi as above), keeps
+// screen.png, ps.png and diff.png in dir for a person, and compares the
+// screen with the paper. A rendering failure fails the test.
+ImageDiff compareWithPostScript(KDC dc, const std::string &dir, double dpi, int radius, int tol);
+
 // A picture for a person: matched ink grey, ink only in a blue, only in b red.
 Image diffImage(const Image &a, const Image &b, int radius = 1, int tol = 24);
 

@@ -1,5 +1,7 @@
 #include "testing.h"
 
+#include "platform/platform.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -40,6 +42,17 @@ std::string readFile(const std::string &path) {
 void writeFile(const std::string &path, const std::string &content) {
     std::ofstream f(path, std::ios::binary);
     f << content;
+}
+
+std::string capture(const std::string &name, const std::function<void(KFILE)> &body) {
+    const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
+    const std::string test = info ? std::string(info->test_suite_name()) + "." + info->name() : "none";
+    const std::string path = scratchDir("capture/" + test + "/" + name) + "/out.txt";
+    KFILE f = kestrel::plat::fileCreate(path.c_str());
+    EXPECT_NE(f, nullptr) << path;
+    body(f);
+    if (f) kestrel::plat::fileClose(f);
+    return readFile(path);
 }
 
 }  // namespace kt

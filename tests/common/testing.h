@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+
+#include "kestrel/types.h"
 
 namespace kt {
 
@@ -21,6 +24,10 @@ std::string scratchDir(const std::string &testName);
 bool fileExists(const std::string &path);
 std::string readFile(const std::string &path);
 void writeFile(const std::string &path, const std::string &content);
+
+// Runs body with a fresh file opened as the library's file handle and
+// returns what it wrote (one folder per test and name).
+std::string capture(const std::string &name, const std::function<void(KFILE)> &body);
 
 }  // namespace kt
 

@@ -38,14 +38,10 @@ bool haveGiflib() { return giflib() != nullptr; }
 DecodedGif decodeWithGiflib(const std::string &path) {
     DecodedGif d;
     const Giflib *g = giflib();
-    if (!g) {
-        d.error = "giflib not available";
-        return d;
-    }
     int err = 0;
-    GifFileType *f = g->open(path.c_str(), &err);
+    GifFileType *f = g ? g->open(path.c_str(), &err) : nullptr;
     if (!f) {
-        d.error = std::string("open: ") + g->message(err);
+        d.error = g ? std::string("open: ") + g->message(err) : "giflib not available";
         return d;
     }
     if (g->slurp(f) != GIF_OK) {

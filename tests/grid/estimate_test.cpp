@@ -15,11 +15,7 @@
 
 namespace {
 
-struct SetGuard {
-    OASet s;
-    SetGuard() { OAInitializeSet(&s); }
-    ~SetGuard() { OAFreeSet(&s); }
-};
+using ktoa::SetGuard;
 
 // Axes 0..100 with scale length 10 everywhere: the stretch is the identity
 // and the reference length is 10.

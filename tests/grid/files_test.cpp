@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "kestrel/globals.h"
 #include "kestrel/oa.h"
@@ -14,11 +16,7 @@
 
 namespace {
 
-struct SetGuard {
-    OASet s;
-    SetGuard() { OAInitializeSet(&s); }
-    ~SetGuard() { OAFreeSet(&s); }
-};
+using ktoa::SetGuard;
 
 // The writers use text mode: on Windows the lines end in CR LF.
 std::string fileText(const std::string &path) {
@@ -47,15 +45,10 @@ TEST(DataFile, RoundTripKeepsUsedPointsAndUntransformedCoordinates) {
     EXPECT_EQ(fileText(b + ".oai"), "1.5 -2.25 10 0.5\n7 8 -1e+10 1\n100 200 300 4\n");
     SetGuard r;
     ASSERT_EQ(OALoadData(b.c_str(), &r.s), 3);
-    EXPECT_EQ(r.s.nPoints, 3);
-    EXPECT_EQ(r.s.capacity, 3);
-    EXPECT_EQ(r.s.x[0], 1.5f);
-    EXPECT_EQ(r.s.xt[0], 1.5f);
-    EXPECT_EQ(r.s.yt[0], -2.25f);
-    EXPECT_EQ(r.s.errInv[0], 2.0f);
-    EXPECT_EQ(r.s.use[0], 1);
-    EXPECT_EQ(r.s.val[1], xmiss);  // missing value: kept and counted, not used
-    EXPECT_EQ(r.s.use[1], 0);
+    EXPECT_EQ(std::make_tuple(r.s.nPoints, r.s.capacity), std::make_tuple(3, 3));
+    EXPECT_EQ(std::make_tuple(r.s.x[0], r.s.xt[0], r.s.yt[0], r.s.errInv[0], r.s.use[0]),
+              std::make_tuple(1.5f, 1.5f, -2.25f, 2.0f, uint8_t{1}));
+    EXPECT_TRUE(r.s.val[1] == xmiss && r.s.use[1] == 0);  // missing value: kept and counted, not used
     EXPECT_EQ(r.s.err[2], 4.0f);
     // All points, whatever their flag.
     ASSERT_EQ(OAWriteData(b.c_str(), &g.s, 1), 0);
@@ -102,16 +95,12 @@ TEST(DataFile, CountComesFromLinesNotFromRecords) {
         EXPECT_EQ(n, content[0] == '1' ? 1 : 0) << content;
     }
     SetGuard r;
+    UpdateStatusBar("before");
     EXPECT_EQ(OALoadData((b + "-missing").c_str(), &r.s), 0);
     EXPECT_EQ(r.s.nPoints, 0);
+    EXPECT_STREQ(VStatusLine, "before");  // the status text is restored
 }
 
-TEST(DataFile, StatusTextIsRestored) {
-    UpdateStatusBar("before");
-    SetGuard r;
-    OALoadData(base("DataFileStatus").c_str(), &r.s);
-    EXPECT_STREQ(VStatusLine, "before");
-}
 
 void fillAxes(OASet &s) {
     for (int i = 0; i < s.nx; ++i) {
@@ -136,15 +125,12 @@ TEST(GridFile, RoundTripAndExactLayout) {
     ASSERT_EQ(OALoadGrid(b.c_str(), &r.s), 0);
     ASSERT_EQ(r.s.nx, 3);
     ASSERT_EQ(r.s.ny, 2);
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(r.s.xg[i], g.s.xg[i]);
-        EXPECT_EQ(r.s.xgt[i], g.s.xg[i]);
-        EXPECT_EQ(r.s.xlen[i], g.s.xlen[i]);
-    }
-    for (int j = 0; j < 2; ++j) {
-        EXPECT_EQ(r.s.yg[j], g.s.yg[j]);
-        EXPECT_EQ(r.s.ylen[j], g.s.ylen[j]);
-    }
+    auto v = [](const float *p, int n) { return std::vector<float>(p, p + n); };
+    EXPECT_EQ(v(r.s.xg, 3), v(g.s.xg, 3));
+    EXPECT_EQ(v(r.s.xgt, 3), v(g.s.xg, 3));
+    EXPECT_EQ(v(r.s.xlen, 3), v(g.s.xlen, 3));
+    EXPECT_EQ(v(r.s.yg, 2), v(g.s.yg, 2));
+    EXPECT_EQ(v(r.s.ylen, 2), v(g.s.ylen, 2));
 }
 
 TEST(GridFile, HostileFilesFail) {
@@ -192,10 +178,8 @@ TEST(FieldFile, SecondBlockIsWrittenFromTheOutputErrorAndReadAsTheReference) {
     ASSERT_EQ(OALoadField(b.c_str(), &r.s), 0);
     ASSERT_EQ(r.s.nx, 6);
     ASSERT_EQ(r.s.ny, 2);
-    for (int k = 0; k < 12; ++k) {
-        EXPECT_EQ(r.s.gridEst[k], g.s.gridEst[k]);
-        EXPECT_EQ(r.s.gridErr[k], g.s.gridErrOut[k]);
-    }
+    EXPECT_EQ(std::vector<float>(r.s.gridEst, r.s.gridEst + 12), std::vector<float>(g.s.gridEst, g.s.gridEst + 12));
+    EXPECT_EQ(std::vector<float>(r.s.gridErr, r.s.gridErr + 12), std::vector<float>(g.s.gridErrOut, g.s.gridErrOut + 12));
     EXPECT_EQ(r.s.yg[1], 4500.0f);
     // Loading again in place (same dimensions) works and replaces the grids.
     ASSERT_EQ(OALoadField(b.c_str(), &r.s), 0);
@@ -209,11 +193,8 @@ TEST(FieldFile, HeaderRecordsNegativeDimensionsAndHostileInput) {
     {
         SetGuard r;
         ASSERT_EQ(OALoadField(b.c_str(), &r.s), 0);
-        EXPECT_EQ(r.s.nx, 2);
-        EXPECT_EQ(r.s.ny, 1);
-        EXPECT_EQ(r.s.xg[1], 20.0f);
-        EXPECT_EQ(r.s.gridEst[1], 2.0f);
-        EXPECT_EQ(r.s.gridErr[1], 4.0f);
+        EXPECT_EQ(std::make_tuple(r.s.nx, r.s.ny, r.s.xg[1], r.s.gridEst[1], r.s.gridErr[1]),
+                  std::make_tuple(2, 1, 20.0f, 2.0f, 4.0f));
     }
     // Truncated values: loaded, the rest zero.
     kt::writeFile(b + ".oao", "0\n2 2\n 1 2\n 3 4\n 5");
@@ -237,18 +218,9 @@ TEST(LayoutFile, OffsetsRiseByOneOnEverySave) {
     std::strcpy(s.title, "P18 temperature");
     std::strcpy(s.xtitle, "Latitude");
     std::strcpy(s.ytitle, "Depth [m]");
-    s.xmin = -70.0f;
-    s.xmax = 23.0f;
-    s.ymin = 5500.0f;
-    s.ymax = 0.0f;
-    s.sxmin = 0.0f;
-    s.sxmax = 100.0f;
-    s.symin = 5.0f;
-    s.symax = 5.0f;
-    s.xslen = 20.0f;
-    s.xof = 3.0f;
-    s.yslen = 12.5f;
-    s.yof = 2.0f;
+    s.xmin = -70.0f, s.xmax = 23.0f, s.ymin = 5500.0f, s.ymax = 0.0f;
+    s.sxmin = 0.0f, s.sxmax = 100.0f, s.symin = 5.0f, s.symax = 5.0f;
+    s.xslen = 20.0f, s.xof = 3.0f, s.yslen = 12.5f, s.yof = 2.0f;
     const std::string b = base("LayoutFile");
     ASSERT_EQ(OAWriteLayout(b.c_str(), &s), 0);
     const std::string text = fileText(b + ".oal");
@@ -264,15 +236,12 @@ TEST(LayoutFile, OffsetsRiseByOneOnEverySave) {
     ASSERT_EQ(OALoadLayout(b.c_str(), &r.s), 0);
     EXPECT_STREQ(r.s.title, "P18 temperature");
     EXPECT_STREQ(r.s.ytitle, "Depth [m]");
-    EXPECT_EQ(r.s.xmin, -70.0f);
-    EXPECT_EQ(r.s.ymin, 5500.0f);
-    EXPECT_EQ(r.s.xslen, 20.0f);
-    EXPECT_EQ(r.s.xof, 4.0f);
-    EXPECT_EQ(r.s.sxmin, 42.0f);  // secondary ranges are not read back
+    // Secondary ranges (sxmin) are not read back.
+    EXPECT_EQ(std::make_tuple(r.s.xmin, r.s.ymin, r.s.xslen, r.s.xof, r.s.sxmin),
+              std::make_tuple(-70.0f, 5500.0f, 20.0f, 4.0f, 42.0f));
     ASSERT_EQ(OAWriteLayout(b.c_str(), &r.s), 0);
     ASSERT_EQ(OALoadLayout(b.c_str(), &r.s), 0);
-    EXPECT_EQ(r.s.xof, 5.0f);
-    EXPECT_EQ(r.s.yof, 4.0f);
+    EXPECT_EQ(std::make_tuple(r.s.xof, r.s.yof), std::make_tuple(5.0f, 4.0f));
     // Long titles are cut at 120 characters; a missing line fails.
     const std::string longTitle(190, 'T');
     std::string lines = "   title =" + longTitle + "\n";
@@ -311,13 +280,9 @@ TEST(WholeSet, LoadSetTransformsCellsAndSorts) {
     }
     SetGuard r;
     ASSERT_EQ(OALoadSet(b.c_str(), &r.s), 1);
-    EXPECT_EQ(r.s.nCellX, 40);
-    EXPECT_EQ(r.s.nCellY, 40);
-    EXPECT_EQ(r.s.xlenMax, 10.0f);
-    EXPECT_EQ(r.s.ylenMax, 6.0f);
-    EXPECT_EQ(r.s.ygt[1], 6.0f);  // 3 units at scale 3 -> 6 reference units
-    EXPECT_EQ(r.s.nPoints, 5);    // the far point is dropped by the sort
-    EXPECT_EQ(r.s.nInCells, 5);
+    // 3 units at scale 3 -> 6 reference units; the far point is dropped by the sort.
+    EXPECT_EQ(std::make_tuple(r.s.nCellX, r.s.nCellY, r.s.xlenMax, r.s.ylenMax, r.s.ygt[1], r.s.nPoints, r.s.nInCells),
+              std::make_tuple(40, 40, 10.0f, 6.0f, 6.0f, 5, 5));
     // Sorted by y cell, then x cell: (0,0) and (1,1) first, (35,8) last.
     EXPECT_EQ(r.s.x[0], 0.0f);
     EXPECT_EQ(r.s.val[r.s.nPoints - 1], 0.0f);

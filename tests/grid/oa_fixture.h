@@ -18,6 +18,15 @@ struct Point {
     float x, y, v, e;
 };
 
+// An analysis set freed at the end of its scope.
+struct SetGuard {
+    OASet s;
+    SetGuard() { OAInitializeSet(&s); }
+    ~SetGuard() { OAFreeSet(&s); }
+    SetGuard(const SetGuard &) = delete;
+    SetGuard &operator=(const SetGuard &) = delete;
+};
+
 // Allocates a set of exactly nx x ny nodes with room for capacity points.
 inline bool allocExact(OASet &s, int32_t nx, int32_t ny, int32_t capacity) {
     const float saved = VX.pixPerLength;

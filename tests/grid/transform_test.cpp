@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <vector>
 
 #include "grid/oa_internal.h"
@@ -13,36 +14,24 @@
 
 namespace {
 
-struct SetGuard {
-    OASet s;
-    SetGuard() { OAInitializeSet(&s); }
-    ~SetGuard() { OAFreeSet(&s); }
-};
+using ktoa::SetGuard;
 
 TEST(AllocSet, GridSizeFollowsTheDeviceScale) {
     const float saved = VX.pixPerLength;
+    // pixels per length unit, width, height, column limit, capacity -> nx, ny:
+    // 20 * 10 / 2 columns; at most 35 pixels per unit; the column limit with
+    // rows from it; a tiny width gives 1 x 1.
+    const float cases[][7] = {{20, 10, 5, 500, 10, 100, 50}, {100, 10, 5, 500, 10, 175, 87},
+                              {100, 10, 5, 40, 10, 40, 20}, {100, 0.01f, 5, 40, 0, 1, 1}};
     SetGuard g;
-    VX.pixPerLength = 20.0f;
-    ASSERT_EQ(OAAllocSet(&g.s, 10.0f, 5.0f, 500, 10), 1);
-    EXPECT_EQ(g.s.nx, 100);  // 20 * 10 / 2
-    EXPECT_EQ(g.s.ny, 50);
-    EXPECT_EQ(g.s.capacity, 10);
-    EXPECT_EQ(g.s.nPoints, 0);
-    OAFreeSet(&g.s);
-    VX.pixPerLength = 100.0f;  // limited to 35
-    ASSERT_EQ(OAAllocSet(&g.s, 10.0f, 5.0f, 500, 10), 1);
-    EXPECT_EQ(g.s.nx, 175);
-    EXPECT_EQ(g.s.ny, 87);
-    OAFreeSet(&g.s);
-    ASSERT_EQ(OAAllocSet(&g.s, 10.0f, 5.0f, 40, 10), 1);  // column limit, rows from it
-    EXPECT_EQ(g.s.nx, 40);
-    EXPECT_EQ(g.s.ny, 20);
-    OAFreeSet(&g.s);
-    ASSERT_EQ(OAAllocSet(&g.s, 0.01f, 5.0f, 40, 0), 1);  // tiny width: 1 x 1
-    EXPECT_EQ(g.s.nx, 1);
-    EXPECT_EQ(g.s.ny, 1);
-    OAFreeSet(&g.s);
-    EXPECT_EQ(g.s.x, nullptr);
+    for (const auto &c : cases) {
+        VX.pixPerLength = c[0];
+        ASSERT_EQ(OAAllocSet(&g.s, c[1], c[2], static_cast<int32_t>(c[3]), static_cast<int32_t>(c[4])), 1);
+        EXPECT_EQ(std::make_tuple(g.s.nx, g.s.ny, g.s.capacity, g.s.nPoints),
+                  std::make_tuple(int32_t(c[5]), int32_t(c[6]), int32_t(c[4]), 0));
+        OAFreeSet(&g.s);
+        EXPECT_EQ(g.s.x, nullptr);
+    }
     // Impossible sizes fail cleanly (the message goes to the error log).
     EXPECT_EQ(OAAllocSet(&g.s, 1.0e6f, 1.0e12f, 100000, 10), 0);
     EXPECT_EQ(g.s.nx, 0);
@@ -50,11 +39,11 @@ TEST(AllocSet, GridSizeFollowsTheDeviceScale) {
     VX.pixPerLength = saved;
 }
 
-TEST(AxisGrid, EvenDataGiveEvenLinesAndEqualScaleLengths) {
+TEST(AxisGrid, EvenDataGiveEvenLinesCrowdedDataLimitTheScaleRatio) {
     std::vector<float> c;
     for (int i = 0; i < 1000; ++i) c.push_back(static_cast<float>(i) * 0.1f + 0.05f);
     std::vector<float> g(21), L(21);
-    const double lmax = OASetupAxisGrid(c.data(), 1000, 0.0f, 100.0f, 5.0f, g.data(), L.data(), 21);
+    double lmax = OASetupAxisGrid(c.data(), 1000, 0.0f, 100.0f, 5.0f, g.data(), L.data(), 21);
     EXPECT_NEAR(lmax, 5.0, 0.05);
     EXPECT_EQ(g[0], 0.0f);
     EXPECT_EQ(g[20], 100.0f);
@@ -62,14 +51,12 @@ TEST(AxisGrid, EvenDataGiveEvenLinesAndEqualScaleLengths) {
         EXPECT_NEAR(g[k], 5.0 * k, 0.1);
         EXPECT_NEAR(L[k], 5.0, 0.05);
     }
-}
-
-TEST(AxisGrid, CrowdedDataLimitTheScaleRatioToSix) {
     // Nearly all data near the top of a depth axis.
-    std::vector<float> c;
+    c.clear();
     for (int i = 0; i < 2000; ++i) c.push_back(5500.0f * std::pow(static_cast<float>(i) / 2000.0f, 4.0f));
-    std::vector<float> g(50), L(50);
-    const double lmax = OASetupAxisGrid(c.data(), 2000, 0.0f, 5500.0f, 4.0f, g.data(), L.data(), 50);
+    g.resize(50);
+    L.resize(50);
+    lmax = OASetupAxisGrid(c.data(), 2000, 0.0f, 5500.0f, 4.0f, g.data(), L.data(), 50);
     const float lmin = *std::min_element(L.begin(), L.end());
     EXPECT_LE(lmax / lmin, 6.0 + 1e-4);
     EXPECT_GT(lmax / lmin, 2.0);  // the limit of 6 applies over -0.1 .. 1.1
@@ -90,23 +77,9 @@ TEST(AxisGrid, CrowdedDataLimitTheScaleRatioToSix) {
     EXPECT_EQ(OASetupAxisGrid(none, 2, 0.0f, 100.0f, 10.0f, g.data(), L.data(), 0), 0.0);
 }
 
-// The stretch by the documented walk, written out independently.
-double referenceTransform(float c, int m, const float *g, const float *t, const float *L, float R) {
-    if (g[m - 1] >= g[0]) {
-        if (c < g[0]) return t[0] + (c - g[0]) * R / L[0];
-        if (c >= g[m - 1]) return t[m - 1] + (c - g[m - 1]) * R / L[m - 1];
-        int k = 1;
-        while (g[k] < c) ++k;
-        return t[k - 1] + (c - g[k - 1]) * (t[k] - t[k - 1]) / (g[k] - g[k - 1]);
-    }
-    if (c < g[m - 1]) return t[m - 1] + (c - g[m - 1]) * R / L[m - 1];
-    if (c >= g[0]) return t[0] + (c - g[0]) * R / L[0];
-    int k = m - 2;
-    while (g[k] < c) --k;
-    return t[k] + (c - g[k]) * (t[k + 1] - t[k]) / (g[k + 1] - g[k]);
-}
-
-TEST(Transform, StretchMatchesTheLinearWalkOnBothDirections) {
+// The stretch is linear between grid lines, and beyond the outer lines it
+// goes on with R / L of the nearer one; both directions of the axis.
+TEST(Transform, StretchIsLinearBetweenLinesAndBeyondTheEnds) {
     for (bool descending : {false, true}) {
         SetGuard g;
         ASSERT_TRUE(ktoa::allocExact(g.s, 30, 4, 1));
@@ -125,10 +98,18 @@ TEST(Transform, StretchMatchesTheLinearWalkOnBothDirections) {
         EXPECT_EQ(g.s.xgt[0], 0.0f);
         // Interval k advances by its width times R / L(k-1).
         EXPECT_NEAR(g.s.xgt[1], (g.s.xg[1] - g.s.xg[0]) * 390.0 / 100.0, 1e-3);
-        for (float c = -500.0f; c <= 6500.0f; c += 7.3f) {
-            const double want = referenceTransform(c, 30, g.s.xg, g.s.xgt, g.s.xlen, 390.0f);
-            EXPECT_NEAR(OATransformCoord(c, 30, g.s.xg, g.s.xgt, g.s.xlen, 390.0f), want, 1e-6 * (1 + std::fabs(want)));
-        }
+        const float *x = g.s.xg, *t = g.s.xgt, *L = g.s.xlen;
+        auto check = [&](float c, double want) {
+            EXPECT_NEAR(OATransformCoord(c, 30, x, t, L, 390.0f), want, 1e-6 * (1 + std::fabs(want))) << c;
+        };
+        for (int i = 0; i + 1 < 30; ++i)
+            for (float f : {0.1f, 0.5f, 0.9f}) {
+                const float c = x[i] + f * (x[i + 1] - x[i]);
+                check(c, t[i] + (static_cast<double>(c) - x[i]) * (t[i + 1] - t[i]) / (x[i + 1] - x[i]));
+            }
+        const float out = descending ? 300.0f : -300.0f;
+        check(x[0] + out, t[0] + out * 390.0 / L[0]);
+        check(x[29] - out, t[29] - out * 390.0 / L[29]);
         for (int i = 0; i < 30; ++i)
             EXPECT_NEAR(OATransformCoord(g.s.xg[i], 30, g.s.xg, g.s.xgt, g.s.xlen, 390.0f), g.s.xgt[i], 1e-3);
     }
@@ -148,9 +129,7 @@ TEST(Pack, KeepsUsedPointsInOrder) {
     g.s.nPoints = 5;
     EXPECT_EQ(OAPackData(&g.s), 3);
     ASSERT_EQ(g.s.nPoints, 2);
-    EXPECT_EQ(g.s.x[0], 0.0f);
-    EXPECT_EQ(g.s.x[1], 30.0f);
-    EXPECT_EQ(g.s.val[1], 4.0f);
+    EXPECT_TRUE(g.s.x[0] == 0 && g.s.x[1] == 30 && g.s.val[1] == 4);
     for (int i = 0; i < 2; ++i) g.s.use[i] = 0;
     EXPECT_EQ(OAPackData(&g.s), 2);
     EXPECT_EQ(g.s.nPoints, 0);

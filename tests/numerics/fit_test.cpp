@@ -25,19 +25,14 @@ TEST(PolyFit, ReproducesAnExactCubicWhateverTheWeights) {
     double fit[4] = {9, 9, 9, 9};
     ASSERT_EQ(PolyFit(15, x.data(), y.data(), s.data(), 3, fit), 1);
     for (int k = 0; k < 4; ++k) EXPECT_NEAR(fit[k], c[k], 2e-6);
-}
-
-TEST(PolyFit, ThreePointsGiveTheInterpolatingParabolaAndTooFewFail) {
-    const float x[3] = {0, 1, 2}, y[3] = {1, 0, 3}, s[3] = {1, 1, 1};
-    double c[3];
-    ASSERT_EQ(PolyFit(3, x, y, s, 2, c), 1);
-    EXPECT_NEAR(c[0], 1.0, 1e-12);
-    EXPECT_NEAR(c[1], -3.0, 1e-12);
-    EXPECT_NEAR(c[2], 2.0, 1e-12);
-    double untouched[3] = {7, 7, 7};
-    EXPECT_EQ(PolyFit(2, x, y, s, 2, untouched), 0);  // singular
-    EXPECT_EQ(untouched[0], 7.0);
-    EXPECT_EQ(PolyFit(3, x, y, s, -1, untouched), 0);
+    // Three points give the interpolating parabola 1 - 3u + 2u^2; two are too few.
+    const float px[3] = {0, 1, 2}, py[3] = {1, 0, 3}, ps[3] = {1, 1, 1};
+    double p[3] = {7, 7, 7};
+    EXPECT_EQ(PolyFit(2, px, py, ps, 2, p), 0);  // singular
+    EXPECT_EQ(p[0], 7.0);
+    EXPECT_EQ(PolyFit(3, px, py, ps, -1, p), 0);
+    ASSERT_EQ(PolyFit(3, px, py, ps, 2, p), 1);
+    for (int k = 0; k < 3; ++k) EXPECT_NEAR(p[k], (std::vector<double>{1, -3, 2})[k], 1e-12);
 }
 
 TEST(PlaneFit, ExactPlaneAndDegenerateDirections) {
@@ -50,15 +45,11 @@ TEST(PlaneFit, ExactPlaneAndDegenerateDirections) {
         }
     float a, b, c;
     ASSERT_EQ(PlaneFit(20, x.data(), y.data(), z.data(), &a, &b, &c), 1);
-    EXPECT_NEAR(a, 2.0f, 1e-5);
-    EXPECT_NEAR(b, 3.0f, 1e-5);
-    EXPECT_NEAR(c, 1.0f, 1e-5);
+    EXPECT_TRUE(std::fabs(a - 2) < 1e-5 && std::fabs(b - 3) < 1e-5 && std::fabs(c - 1) < 1e-5) << a << " " << b << " " << c;
     // All x equal: z against y alone.
     const float xc[4] = {5, 5, 5, 5}, yc[4] = {0, 1, 2, 3}, zc[4] = {1, 4, 7, 10};
     ASSERT_EQ(PlaneFit(4, xc, yc, zc, &a, &b, &c), 1);
-    EXPECT_EQ(a, 0.0f);
-    EXPECT_NEAR(b, 3.0f, 1e-5);
-    EXPECT_NEAR(c, 1.0f, 1e-5);
+    EXPECT_TRUE(a == 0 && std::fabs(b - 3) < 1e-5 && std::fabs(c - 1) < 1e-5) << a << " " << b << " " << c;
     // All y equal: z against x alone.
     ASSERT_EQ(PlaneFit(4, yc, xc, zc, &a, &b, &c), 1);
     EXPECT_EQ(b, 0.0f);
@@ -66,9 +57,7 @@ TEST(PlaneFit, ExactPlaneAndDegenerateDirections) {
     // Both constant: the mean and result 0.
     const float zz[4] = {1, 2, 3, 6};
     EXPECT_EQ(PlaneFit(4, xc, xc, zz, &a, &b, &c), 0);
-    EXPECT_EQ(a, 0.0f);
-    EXPECT_EQ(b, 0.0f);
-    EXPECT_EQ(c, 3.0f);
+    EXPECT_TRUE(a == 0 && b == 0 && c == 3) << a << " " << b << " " << c;
 }
 
 TEST(PolyValAndZero, HornerRootsAndTheIterationCap) {
@@ -79,8 +68,7 @@ TEST(PolyValAndZero, HornerRootsAndTheIterationCap) {
     EXPECT_NEAR(PolyZero(0.5, 2, q), 0.3, 1e-8);  // stops at |P| <= 1e-8
     EXPECT_NEAR(PolyZero(-3.0, 2, q), -2.0, 1e-8);
     const double noRoot[3] = {1.0, 0.0, 1.0};  // u^2 + 1: must still return
-    const double u = PolyZero(0.5, 2, noRoot);
-    (void)u;
+    PolyZero(0.5, 2, noRoot);
     const double flat[2] = {1.0, 0.0};  // zero derivative: ends on NaN
     EXPECT_TRUE(std::isnan(PolyZero(0.0, 1, flat)) || std::isinf(PolyZero(0.0, 1, flat)));
 }
@@ -91,28 +79,20 @@ TEST(BinCount, EdgesOfTheRange) {
     BinCount(d, 5, 0.0f, 1.0f, 10, centres, counts);
     EXPECT_FLOAT_EQ(centres[0], 0.05f);
     EXPECT_FLOAT_EQ(centres[9], 0.95f);
-    EXPECT_EQ(counts[0], 2.0f);
-    EXPECT_EQ(counts[9], 2.0f);  // 0.95 and 1.0
-    float total = 0;
-    for (float c : counts) total += c;
-    EXPECT_EQ(total, 4.0f);  // -0.01 ignored
+    // 0 and 0.05 in the first bin, 0.95 and 1.0 in the last, -0.01 ignored.
+    EXPECT_EQ(std::vector<float>(counts, counts + 10), (std::vector<float>{2, 0, 0, 0, 0, 0, 0, 0, 0, 2}));
 }
 
 TEST(FindBin, AscendingDescendingAndOutside) {
-    const float t[4] = {0, 1, 2, 3};
-    EXPECT_EQ(FindBin(t, 4, 1.5f), 1);
-    EXPECT_EQ(FindBin(t, 4, 0.0f), 0);
-    EXPECT_EQ(FindBin(t, 4, 3.0f), 2);
-    EXPECT_EQ(FindBin(t, 4, 3.5f), -1);
-    EXPECT_EQ(FindBin(t, 4, -0.1f), -1);
-    EXPECT_EQ(FindBin(t, 4, std::nanf("")), -1);
-    EXPECT_EQ(FindBin(t, 2, 0.5f), 0);
-    EXPECT_EQ(FindBin(t, 1, 0.0f), -1);
-    const float d[5] = {10, 8, 6, 4, 2};
-    EXPECT_EQ(FindBin(d, 5, 7.0f), 1);  // between d[1] = 8 and d[2] = 6
-    EXPECT_EQ(FindBin(d, 5, 2.0f), 3);
-    EXPECT_EQ(FindBin(d, 5, 10.0f), 0);
-    EXPECT_EQ(FindBin(d, 5, 11.0f), -1);
+    const float t[4] = {0, 1, 2, 3}, d[5] = {10, 8, 6, 4, 2};
+    struct Case {
+        const float *table;
+        int n;
+        float v;
+        int32_t bin;
+    } cases[] = {{t, 4, 1.5f, 1}, {t, 4, 0, 0}, {t, 4, 3, 2}, {t, 4, 3.5f, -1}, {t, 4, -0.1f, -1}, {t, 4, std::nanf(""), -1},
+                 {t, 2, 0.5f, 0}, {t, 1, 0, -1}, {d, 5, 7, 1}, {d, 5, 2, 3}, {d, 5, 10, 0}, {d, 5, 11, -1}};
+    for (const Case &c : cases) EXPECT_EQ(FindBin(c.table, c.n, c.v), c.bin) << c.v << " in " << c.table[0] << "..";
     // Every value of a long table lands in the interval that holds it.
     std::vector<float> g(1000);
     for (int i = 0; i < 1000; ++i) g[i] = static_cast<float>(i * i) * 0.001f;
@@ -157,32 +137,18 @@ TEST(Indexx, SortsLikeTheStandardLibraryAndWritesOneEntryForEmptyInput) {
 }
 
 TEST(AutoScale, DocumentedCases) {
-    float s, e, f, t, l;
-    AutoScale(0.0f, 100.0f, &s, &e, &f, &t, &l);
-    EXPECT_EQ(s, 0.0f);
-    EXPECT_EQ(e, 100.0f);
-    EXPECT_EQ(f, 0.0f);
-    EXPECT_EQ(t, 10.0f);
-    EXPECT_EQ(l, 20.0f);
-    AutoScale(5.0f, 5.0f, &s, &e, &f, &t, &l);
-    EXPECT_EQ(s, 4.0f);
-    EXPECT_EQ(e, 6.0f);
-    EXPECT_EQ(f, 4.0f);
-    EXPECT_EQ(t, 0.1f);
-    EXPECT_EQ(l, 0.5f);
-    // Descending depth axis 5500 .. 0: d = 5500, unit 1000, k = 5 -> L = 1000.
-    AutoScale(5500.0f, 0.0f, &s, &e, &f, &t, &l);
-    EXPECT_EQ(s, 5500.0f);
-    EXPECT_EQ(e, 0.0f);
-    EXPECT_EQ(f, 5000.0f);
-    EXPECT_EQ(t, -500.0f);
-    EXPECT_EQ(l, -1000.0f);
-    // 1.3 .. 2.9: d = 1.6, unit 0.1, k = 16 -> L = 0.5, T = 0.25.
-    AutoScale(1.3f, 2.9f, &s, &e, &f, &t, &l);
-    EXPECT_FLOAT_EQ(s, 1.25f);
-    EXPECT_FLOAT_EQ(e, 3.0f);
-    EXPECT_FLOAT_EQ(f, 1.5f);
-    EXPECT_FLOAT_EQ(l, 0.5f);
+    // start, end, first label, tick and label steps. The descending depth
+    // axis 5500 .. 0: d = 5500, unit 1000, k = 5 -> L = 1000; 1.3 .. 2.9:
+    // d = 1.6, unit 0.1, k = 16 -> L = 0.5, T = 0.25.
+    const float cases[][7] = {{0, 100, 0, 100, 0, 10, 20},
+                              {5, 5, 4, 6, 4, 0.1f, 0.5f},
+                              {5500, 0, 5500, 0, 5000, -500, -1000},
+                              {1.3f, 2.9f, 1.25f, 3, 1.5f, 0.25f, 0.5f}};
+    for (const auto &c : cases) {
+        float r[5];
+        AutoScale(c[0], c[1], &r[0], &r[1], &r[2], &r[3], &r[4]);
+        for (int k = 0; k < 5; ++k) EXPECT_EQ(r[k], c[2 + k]) << c[0] << ".." << c[1] << " output " << k;
+    }
 }
 
 TEST(Nurbs, QuadraticCurveIsTheBernsteinForm) {

@@ -33,7 +33,8 @@ Mat hilbert(int n) {
     return a;
 }
 
-double maxAbsDiffFromIdentity(const Mat &a, const Mat &x, int n) {
+// max |A X - I|
+template <class T> double offIdentity(const Mat &a, const std::vector<T> &x, int n) {
     double worst = 0.0;
     for (int i = 0; i < n; ++i)
         for (int j = 0; j < n; ++j) {
@@ -43,8 +44,6 @@ double maxAbsDiffFromIdentity(const Mat &a, const Mat &x, int n) {
         }
     return worst;
 }
-
-template <class T> std::vector<T> as(const Mat &a) { return std::vector<T>(a.begin(), a.end()); }
 
 TEST(Cholesky, FactorRebuildsMatrixAndInverseGivesIdentity) {
     std::mt19937 rng(7);
@@ -56,43 +55,30 @@ TEST(Cholesky, FactorRebuildsMatrixAndInverseGivesIdentity) {
         for (int i = 0; i < n; ++i)
             for (int j = 0; j <= i; ++j) {
                 double s = 0.0;
-                for (int k = 0; k <= j; ++k) {
-                    const double lik = k == i ? p[i] : f[i * n + k];
-                    const double ljk = k == j ? p[j] : f[j * n + k];
-                    s += lik * ljk;
-                }
+                for (int k = 0; k <= j; ++k) s += (k == i ? p[i] : f[i * n + k]) * (k == j ? p[j] : f[j * n + k]);
                 EXPECT_NEAR(s, a[i * n + j], 1e-12 * (1 + std::fabs(a[i * n + j])));
-                EXPECT_EQ(f[j * n + i], a[j * n + i]);  // upper triangle kept
+                EXPECT_EQ(f[j * n + i], a[j * n + i]);
             }
         LAInvertCholDcmp(n, f.data(), p.data());
-        EXPECT_LT(maxAbsDiffFromIdentity(a, f, n), 1e-10) << "n=" << n;
+        EXPECT_LT(offIdentity(a, f, n), 1e-10) << "n=" << n;
         for (int i = 0; i < n; ++i)
             for (int j = 0; j < n; ++j) EXPECT_EQ(f[i * n + j], f[j * n + i]);
     }
-}
-
-TEST(Cholesky, IllConditionedHilbertInverse) {
-    const int n = 8;  // condition number about 1.5e10
-    const Mat a = hilbert(n);
-    Mat f = a, p(n);
-    ASSERT_EQ(LACholeskyDcmp(n, f.data(), p.data()), 1);
-    LAInvertCholDcmp(n, f.data(), p.data());
-    // The exact inverse of the Hilbert matrix has integer entries; its
-    // (0,0) entry is n^2 = 64 and its (n-1,n-1) entry is known.
+    // Ill-conditioned (about 1.5e10): the exact inverse of the Hilbert
+    // matrix has integer entries, its (0,0) entry n^2 = 64.
+    const Mat h = hilbert(8);
+    Mat f = h, p(8);
+    ASSERT_EQ(LACholeskyDcmp(8, f.data(), p.data()), 1);
+    LAInvertCholDcmp(8, f.data(), p.data());
     EXPECT_NEAR(f[0], 64.0, 1e-4);
-    EXPECT_LT(maxAbsDiffFromIdentity(a, f, n), 1e-5);
-}
-
-TEST(Cholesky, FloatTwinMatchesDoubleToFloatPrecision) {
-    std::mt19937 rng(11);
-    const int n = 20;
-    const Mat a = randomSpd(n, 1.0, rng);
-    auto f = as<float>(a);
-    std::vector<float> p(n);
-    ASSERT_EQ(LACholeskyDcmpF(n, f.data(), p.data()), 1);
-    LAInvertCholDcmpF(n, f.data(), p.data());
-    const auto af = as<float>(a);
-    EXPECT_LT(maxAbsDiffFromIdentity(Mat(af.begin(), af.end()), Mat(f.begin(), f.end()), n), 1e-4);
+    EXPECT_LT(offIdentity(h, f, 8), 1e-5);
+    // The float twin to float precision.
+    const Mat a = randomSpd(20, 1.0, rng);
+    const std::vector<float> af(a.begin(), a.end());
+    std::vector<float> ff = af, pf(20);
+    ASSERT_EQ(LACholeskyDcmpF(20, ff.data(), pf.data()), 1);
+    LAInvertCholDcmpF(20, ff.data(), pf.data());
+    EXPECT_LT(offIdentity(Mat(af.begin(), af.end()), ff, 20), 1e-4);
 }
 
 TEST(Cholesky, DocumentedEdges) {
@@ -100,8 +86,7 @@ TEST(Cholesky, DocumentedEdges) {
     ASSERT_EQ(LACholeskyDcmp(1, a1, p1), 1);
     EXPECT_EQ(p1[0], 2.0);
     LAInvertCholDcmp(1, a1, p1);
-    EXPECT_EQ(a1[0], 0.25);
-    EXPECT_EQ(p1[0], 0.5);
+    EXPECT_TRUE(a1[0] == 0.25 && p1[0] == 0.5);
     double zero[4] = {0, 1, 1, 2}, neg[4] = {-1, 0, 0, 1}, p[2];
     EXPECT_EQ(LACholeskyDcmp(2, zero, p), 0);
     EXPECT_EQ(LACholeskyDcmp(2, neg, p), 0);
@@ -110,23 +95,22 @@ TEST(Cholesky, DocumentedEdges) {
     EXPECT_EQ(LACholeskyDcmpF(1, nanm, pf), 0);
 }
 
-// P A = L U, rebuilt from the packed factor and the pivot record.
+// P A = L U, rebuilt from the packed factor and the pivot record, and a
+// solution against a known one leaves a small residual.
 template <class T> void checkLu(const Mat &a, int n, double tol) {
-    auto f = as<T>(a);
+    std::vector<T> f(a.begin(), a.end()), b(n);
     std::vector<int32_t> indx(n);
     T d = 0;
-    int32_t ok;
-    if constexpr (std::is_same_v<T, double>) {
-        ok = LALUDcmp(n, f.data(), indx.data(), &d);
+    constexpr bool dbl = std::is_same_v<T, double>;
+    if constexpr (dbl) {
+        ASSERT_EQ(LALUDcmp(n, f.data(), indx.data(), &d), 1);
     } else {
-        ok = LALUDcmpF(n, f.data(), indx.data(), &d);
+        ASSERT_EQ(LALUDcmpF(n, f.data(), indx.data(), &d), 1);
     }
-    ASSERT_EQ(ok, 1);
     EXPECT_TRUE(d == 1 || d == -1);
     Mat pa = a;
     for (int j = 0; j < n; ++j)
-        if (indx[j] != j)
-            for (int k = 0; k < n; ++k) std::swap(pa[j * n + k], pa[indx[j] * n + k]);
+        for (int k = 0; k < n && indx[j] != j; ++k) std::swap(pa[j * n + k], pa[indx[j] * n + k]);
     double scale = 0;
     for (double v : a) scale = std::max(scale, std::fabs(v));
     for (int i = 0; i < n; ++i)
@@ -135,16 +119,12 @@ template <class T> void checkLu(const Mat &a, int n, double tol) {
             for (int k = 0; k <= std::min(i, j); ++k) s += (k == i ? 1.0 : double(f[i * n + k])) * f[k * n + j];
             EXPECT_NEAR(s, pa[i * n + j], tol * scale);
         }
-    // Solve against a known solution.
-    std::vector<double> xs(n);
-    for (int i = 0; i < n; ++i) xs[i] = 1.0 + 0.1 * i;
-    std::vector<T> b(n);
+    std::vector<double> rhs(n, 0.0);
     for (int i = 0; i < n; ++i) {
-        double s = 0;
-        for (int k = 0; k < n; ++k) s += a[i * n + k] * xs[k];
-        b[i] = static_cast<T>(s);
+        for (int k = 0; k < n; ++k) rhs[i] += a[i * n + k] * (1.0 + 0.1 * k);
+        b[i] = static_cast<T>(rhs[i]);
     }
-    if constexpr (std::is_same_v<T, double>) {
+    if constexpr (dbl) {
         LALUSolve(n, f.data(), indx.data(), b.data());
     } else {
         LALUSolveF(n, f.data(), indx.data(), b.data());
@@ -152,9 +132,7 @@ template <class T> void checkLu(const Mat &a, int n, double tol) {
     for (int i = 0; i < n; ++i) {
         double r = 0.0;
         for (int k = 0; k < n; ++k) r += a[i * n + k] * b[k];
-        double s = 0;
-        for (int k = 0; k < n; ++k) s += a[i * n + k] * xs[k];
-        EXPECT_NEAR(r, s, 50 * tol * scale * n);
+        EXPECT_NEAR(r, rhs[i], 50 * tol * scale * n);
     }
 }
 
@@ -170,23 +148,18 @@ TEST(LU, RandomMatricesBothPrecisions) {
     checkLu<double>(hilbert(10), 10, 1e-14);
 }
 
-TEST(LU, ZeroRowIsRefusedAndLeavesTheMatrixUnchanged) {
-    double a[9] = {1, 2, 3, 0, 0, 0, 4, 5, 7};
-    const double before[9] = {1, 2, 3, 0, 0, 0, 4, 5, 7};
+TEST(LU, DocumentedEdges) {
+    // A zero row is refused and leaves the matrix unchanged.
+    double z[9] = {1, 2, 3, 0, 0, 0, 4, 5, 7};
+    const Mat before(z, z + 9);
     int32_t indx[3];
     double d = 7;
-    EXPECT_EQ(LALUDcmp(3, a, indx, &d), 0);
-    for (int i = 0; i < 9; ++i) EXPECT_EQ(a[i], before[i]);
-}
-
-TEST(LU, TiesGoToTheLaterRowAndSingularMatricesGetATinyPivot) {
+    EXPECT_EQ(LALUDcmp(3, z, indx, &d), 0);
+    EXPECT_EQ(Mat(z, z + 9), before);
     // Rows scaled alike: equal figures of merit in column 0 -> row 1 wins.
     double a[4] = {1, -1, 1, 1};
-    int32_t indx[2];
-    double d;
     ASSERT_EQ(LALUDcmp(2, a, indx, &d), 1);
-    EXPECT_EQ(indx[0], 1);
-    EXPECT_EQ(d, -1.0);
+    EXPECT_TRUE(indx[0] == 1 && d == -1.0);
     // Two equal rows: factorised with the tiny pivot in the last position.
     double s[4] = {1, 2, 1, 2};
     ASSERT_EQ(LALUDcmp(2, s, indx, &d), 1);
@@ -194,46 +167,29 @@ TEST(LU, TiesGoToTheLaterRowAndSingularMatricesGetATinyPivot) {
     float sf[4] = {1, 2, 1, 2}, df;
     ASSERT_EQ(LALUDcmpF(2, sf, indx, &df), 1);
     EXPECT_EQ(sf[3], 1.0e-20f);
-}
-
-TEST(LU, LeadingZerosOfTheRightHandSide) {
+    // Leading zeros of the right-hand side are skipped without harm.
     const double a0[9] = {2, 1, 1, 1, 3, 2, 1, 0, 0};
-    double a[9];
-    std::copy(a0, a0 + 9, a);
-    int32_t indx[3];
-    double d;
-    ASSERT_EQ(LALUDcmp(3, a, indx, &d), 1);
-    double b[3] = {0, 0, 5};
-    LALUSolve(3, a, indx, b);
-    for (int i = 0; i < 3; ++i) {
-        const double r = a0[i * 3] * b[0] + a0[i * 3 + 1] * b[1] + a0[i * 3 + 2] * b[2];
-        EXPECT_NEAR(r, i == 2 ? 5.0 : 0.0, 1e-13);
-    }
+    double m[9], b[3] = {0, 0, 5};
+    std::copy(a0, a0 + 9, m);
+    ASSERT_EQ(LALUDcmp(3, m, indx, &d), 1);
+    LALUSolve(3, m, indx, b);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_NEAR(a0[i * 3] * b[0] + a0[i * 3 + 1] * b[1] + a0[i * 3 + 2] * b[2], i == 2 ? 5.0 : 0.0, 1e-13);
 }
 
-TEST(Products, MatchNaiveSumsAndFloatTwinAccumulatesInDouble) {
-    const double A[6] = {1, 2, 3, 4, 5, 6};      // 2 x 3
-    const double B[6] = {7, 8, 9, 10, 11, 12};   // 3 x 2
-    double C[4];
+TEST(Products, MatchHandSumsAndFloatTwinAccumulatesInDouble) {
+    const double A[6] = {1, 2, 3, 4, 5, 6}, B[6] = {7, 8, 9, 10, 11, 12}, x[3] = {1, 0, -1};  // 2x3, 3x2
+    double C[4], y[2];
     LAMMMultiply(2, 3, A, 2, B, C);
-    EXPECT_EQ(C[0], 58);
-    EXPECT_EQ(C[1], 64);
-    EXPECT_EQ(C[2], 139);
-    EXPECT_EQ(C[3], 154);
-    const double x[3] = {1, 0, -1};
-    double y[2];
+    EXPECT_EQ(Mat(C, C + 4), (Mat{58, 64, 139, 154}));
     LAMVMultiply(2, 3, A, x, y);
-    EXPECT_EQ(y[0], -2);
-    EXPECT_EQ(y[1], -2);
+    EXPECT_EQ(Mat(y, y + 2), (Mat{-2, -2}));
     // 1e8 + 1 - 1e8: a float accumulator loses the 1, a double one keeps it.
-    const float Af[3] = {1.0e8f, 1.0f, -1.0e8f}, xf[3] = {1, 1, 1};
-    float yf[1];
-    LAMVMultiplyF(1, 3, Af, xf, yf);
-    EXPECT_EQ(yf[0], 1.0f);
-    const float Bf[3] = {1, 1, 1};
-    float Cf[1];
-    LAMMMultiplyF(1, 3, Af, 1, Bf, Cf);
-    EXPECT_EQ(Cf[0], 1.0f);
+    const float Af[3] = {1.0e8f, 1.0f, -1.0e8f}, ones[3] = {1, 1, 1};
+    float yf[1], Cf[1];
+    LAMVMultiplyF(1, 3, Af, ones, yf);
+    LAMMMultiplyF(1, 3, Af, 1, ones, Cf);
+    EXPECT_TRUE(yf[0] == 1.0f && Cf[0] == 1.0f);
     LAMVMultiply(0, 3, A, x, nullptr);  // n < 1: nothing touched
 }
 

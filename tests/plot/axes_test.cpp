@@ -1,52 +1,33 @@
 // Axes, annotation thinning, decimals and the colour bar.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <functional>
 #include <string>
+#include <tuple>
 
 #include "kestrel/axes.h"
 #include "plot_fixture.h"
 
-namespace {
-
-std::string captureFile(const std::string &name, const std::function<void(KFILE)> &body) {
-    const std::string path = kt::scratchDir("axes_" + name) + "/out.ps";
-    KFILE f = kt::createFile(path);
-    body(f);
-    kt::closeFile(f);
-    return kt::readFile(path);
-}
-
-uint32_t rgbOf(int32_t i) { return static_cast<uint32_t>(Vcolor[i][0] | (Vcolor[i][1] << 8) | (Vcolor[i][2] << 16)); }
-
-}  // namespace
 
 TEST(AxisAnnotation, ThinningAndDecimals) {
     int32_t first = 0, last = 0;
     float step = 1.0f;
     // 25 label positions on 10 length units: the step grows threefold.
     SetAxisAnnotationPos(&first, &last, &step, 0.0f, 0.0f, 25.0f, 10.0f);
-    EXPECT_EQ(step, 3.0f);
-    EXPECT_EQ(first, 0);
-    EXPECT_EQ(last, 8);
+    EXPECT_EQ(std::make_tuple(first, last, step), std::make_tuple(0, 8, 3.0f));
     // Two rounds at most: the range then belongs to the step before the
     // last enlargement.
     step = 1.0f;
     SetAxisAnnotationPos(&first, &last, &step, 0.0f, 0.0f, 25.0f, 1.0f);
-    EXPECT_EQ(step, 52.0f);
-    EXPECT_EQ(first, 0);
-    EXPECT_EQ(last, 1);
+    EXPECT_EQ(std::make_tuple(first, last, step), std::make_tuple(0, 1, 52.0f));
     // A falling range is ordered; an origin offsets the indexes.
     step = 2.0f;
     SetAxisAnnotationPos(&first, &last, &step, 1.0f, 9.0f, -3.0f, 20.0f);
-    EXPECT_EQ(std::make_pair(first, last), std::make_pair(-2, 4));
-    EXPECT_EQ(step, 2.0f);
+    EXPECT_EQ(std::make_tuple(first, last, step), std::make_tuple(-2, 4, 2.0f));
 
-    EXPECT_EQ(dfltNDecimals(0.5f, 0.01f, 0.1f, 1.0f, 10.0f), 2);
-    EXPECT_EQ(dfltNDecimals(0.005f, 0.01f, 0.1f, 1.0f, 10.0f), 4);
-    EXPECT_EQ(dfltNDecimals(0.05f, 0.01f, 0.1f, 1.0f, 10.0f), 3);
-    EXPECT_EQ(dfltNDecimals(5.0f, 0.01f, 0.1f, 1.0f, 10.0f), 1);
-    EXPECT_EQ(dfltNDecimals(50.0f, 0.01f, 0.1f, 1.0f, 10.0f), 0);
+    const float steps[] = {0.005f, 0.05f, 0.5f, 5.0f, 50.0f};
+    const int32_t decimals[] = {4, 3, 2, 1, 0};
+    for (int k = 0; k < 5; ++k) EXPECT_EQ(dfltNDecimals(steps[k], 0.01f, 0.1f, 1.0f, 10.0f), decimals[k]) << steps[k];
 }
 
 class AxesTest : public PlotTest {
@@ -64,10 +45,7 @@ TEST_F(AxesTest, XAxisLineTicksAndLabels) {
     mCGS.fill = 1;
     mCGS.boxFrame = 1;
     XAxisLabels(dc, 0.0f, 0.0f, 0.5f, 1.0f, "distance", "title", 0);
-    // The state is back.
-    EXPECT_EQ(mCGS.lorg, 5);
-    EXPECT_EQ(mCGS.fill, 1);
-    EXPECT_EQ(mCGS.boxFrame, 1);
+    EXPECT_EQ(std::make_tuple(mCGS.lorg, mCGS.fill, mCGS.boxFrame), std::make_tuple(5, 1, 1));  // the state is back
     const kt::Image img = kt::pictureImage(dc);
     const int row = VY.lowPix;
     // The axis line covers the viewport.
@@ -99,26 +77,17 @@ TEST_F(AxesTest, YAxisTitleDistance) {
 }
 
 TEST_F(AxesTest, ColourBarSlicesTrianglesAndPostScript) {
-    const std::string ps = captureFile("bar", [&](KFILE f) {
+    const std::string ps = kt::capture("bar", [&](KFILE f) {
         DrawColorBar(dc, f, "T (C)", 12.0f, 0.0f, 10.0f, 11.0f, 0.0f, 5.0f, 0.0f, 20.0f, -2.0f, 2.0f);
     });
     // 199 slices, a line break after every twelfth.
-    const size_t open = ps.find("/dely ");
-    ASSERT_NE(open, std::string::npos);
-    size_t slices = 0, at = ps.find('\n', open) + 1;
-    int lines = 0;
-    while (true) {
-        const size_t eol = ps.find('\n', at);
-        const std::string line = ps.substr(at, eol - at);
-        if (line.find(" T ") == std::string::npos && line.rfind("T ") != line.size() - 2) break;
-        size_t n = 0;
-        for (size_t p = line.find(" T "); p != std::string::npos; p = line.find(" T ", p + 1)) ++n;
-        slices += n;
-        ++lines;
-        at = eol + 1;
-    }
-    EXPECT_EQ(slices, 199u);
-    EXPECT_EQ(lines, 17);
+    const size_t from = ps.find('\n', ps.find("/dely ")) + 1, to = ps.find("\n/yp xdef");
+    ASSERT_TRUE(from > 0 && to != std::string::npos);
+    const std::string slices = ps.substr(from, to - from);
+    size_t n = 0;
+    for (size_t p = slices.find(" T "); p != std::string::npos; p = slices.find(" T ", p + 1)) ++n;
+    EXPECT_EQ(n, 199u);
+    EXPECT_EQ(std::count(slices.begin(), slices.end(), '\n'), 16);
     EXPECT_EQ(ps.rfind("\n%%PS-OBJECT: ColorBar begin\ngsave /fill? false def /stroke? false def /lorg 8 def\n", 0), 0u);
     EXPECT_NE(ps.find("\n/yp xdef 144 C newpath xll yp M xur yp L xll xur mean yp 3 dely mul add L fill\n"
                       "/yp 0 def 32 C newpath"),
@@ -138,8 +107,8 @@ TEST_F(AxesTest, ColourBarSlicesTrianglesAndPostScript) {
     CMapInitialize(0.0f, 20.0f, -2.0f, 2.0f);
     for (int i : {0, 50, 100, 198}) {
         const int y = static_cast<int>(i * p) + VY.lowPix + static_cast<int>(p) / 2 - 1;
-        EXPECT_EQ(kt::picturePixel(dc, x, y), rgbOf(CMapCalColor(0.0f + i * (20.0f * 0.0050251256f)))) << i;
+        EXPECT_EQ(kt::picturePixel(dc, x, y), kt::paletteColour(CMapCalColor(0.0f + i * (20.0f * 0.0050251256f)))) << i;
     }
-    EXPECT_EQ(kt::picturePixel(dc, x, VY.lowPix + 1), rgbOf(32));
-    EXPECT_EQ(kt::picturePixel(dc, x, VY.highPix - 2), rgbOf(144));
+    EXPECT_EQ(kt::picturePixel(dc, x, VY.lowPix + 1), kt::paletteColour(32));
+    EXPECT_EQ(kt::picturePixel(dc, x, VY.highPix - 2), kt::paletteColour(144));
 }

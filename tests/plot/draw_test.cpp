@@ -1,33 +1,35 @@
 // Symbols, curves, polygons, clipped polylines, arrows and boxes: the
 // pixels they set and the PostScript they write.
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <limits>
 #include <string>
 #include <vector>
 
-#include "plot/text.h"
 #include "plot_fixture.h"
 
 namespace {
 
-using DrawTest = PlotTest;
 constexpr uint32_t kWhite = 0xFFFFFF;
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
-int inked(KDC dc) {
-    const kt::Image img = kt::pictureImage(dc);
-    int n = 0;
-    for (uint32_t p : img.px) n += p != kWhite;
-    return n;
-}
-
-std::string psOf(const std::string &test, void (*body)(KFILE)) {
-    const std::string path = kt::scratchDir(test) + "/out.ps";
-    KFILE f = kt::createFile(path);
-    body(f);
-    kt::closeFile(f);
-    return kt::readFile(path);
-}
+class DrawTest : public PlotTest {
+protected:
+    // A page with x 0..10 and y 0..5 over 5 length units each (8 pixels per user unit).
+    void page() {
+        setUpPage(400, 300, 40.0f);
+        UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
+        SetColorMode(1);
+        SetColor(0);
+    }
+    int inked() const {
+        const kt::Image img = kt::pictureImage(dc);
+        return static_cast<int>(std::count_if(img.px.begin(), img.px.end(), [](uint32_t p) { return p != kWhite; }));
+    }
+    static int32_t px(float x) { return static_cast<int32_t>((x - VX.umin) * VX.pixPerUser + VX.lowPix); }
+    static int32_t py(float y) { return static_cast<int32_t>((y - VY.umin) * VY.pixPerUser + VY.lowPix); }
+};
 
 int count(const std::string &text, const std::string &what) {
     int n = 0;
@@ -35,116 +37,44 @@ int count(const std::string &text, const std::string &what) {
     return n;
 }
 
-TEST_F(DrawTest, DotsOfRadiusOneAreThreeByThreePluses) {
-    UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);  // 40 pixels per unit: 8 pixels per user unit
-    SetColorMode(1);
-    SetColor(0);
-    const float x[] = {2}, y[] = {2};
-    DrawDots(dc, x, y, 1, 0);
-    EXPECT_EQ(inked(dc), 0);
-    DrawDots(dc, x, y, 1, 0.05f);  // r = trunc(40 * 0.05 * 0.51) = 1
-    const int32_t cx = static_cast<int32_t>((2 - VX.umin) * VX.pixPerUser + VX.lowPix);
-    const int32_t cy = static_cast<int32_t>((2 - VY.umin) * VY.pixPerUser + VY.lowPix);
-    EXPECT_EQ(inked(dc), 5);
-    for (auto [dx, dy] : std::vector<std::pair<int, int>>{{0, 0}, {1, 0}, {-1, 0}, {0, 1}, {0, -1}})
-        EXPECT_EQ(kt::picturePixel(dc, cx + dx, cy + dy), 0u) << dx << "," << dy;
-}
-
-TEST_F(DrawTest, FilledAndOutlinedShapes) {
-    UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
-    SetColorMode(1);
-    SetColor(4);  // blue
+TEST_F(DrawTest, DotsOfRadiusOneArePlusesAndShapesFillOrOutline) {
+    page();
     const float x[] = {2, 5, 8}, y[] = {2.5f, 2.5f, 2.5f};
-    const int32_t cx = static_cast<int32_t>((5 - VX.umin) * VX.pixPerUser + VX.lowPix);
-    const int32_t cy = static_cast<int32_t>((2.5f - VY.umin) * VY.pixPerUser + VY.lowPix);
+    DrawDots(dc, x, y, 1, 0);
+    EXPECT_EQ(inked(), 0);
+    DrawDots(dc, x, y, 1, 0.05f);  // r = trunc(40 * 0.05 * 0.51) = 1
+    EXPECT_EQ(inked(), 5);
+    for (auto [dx, dy] : std::vector<std::pair<int, int>>{{0, 0}, {1, 0}, {-1, 0}, {0, 1}, {0, -1}})
+        EXPECT_EQ(kt::picturePixel(dc, px(2) + dx, py(2.5f) + dy), 0u) << dx << "," << dy;
     using Fn = void(KESTREL_CALL *)(KDC, const float *, const float *, int32_t, float);
-    for (Fn fn : {DrawDots, DrawSquares, DrawDiamonds, DrawTriangles, DrawInvTriangles}) {
+    for (Fn fn : {DrawDots, DrawSquares, DrawDiamonds, DrawTriangles, DrawInvTriangles})
         for (int fill : {1, 0}) {
-            setUpPage(400, 300, 40.0f);
-            UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
-            SetColorMode(1);
-            SetColor(4);
+            page();
+            SetColor(4);  // blue
             SetDoFill(dc, fill);
             fn(dc, x, y, 3, 0.5f);  // 20 pixels across
-            EXPECT_EQ(kt::picturePixel(dc, cx, cy), fill ? 0xFF0000u : kWhite) << "fill " << fill;
-            EXPECT_GT(inked(dc), 3 * 20);
+            EXPECT_EQ(kt::picturePixel(dc, px(5), py(2.5f)), fill ? 0xFF0000u : kWhite) << "fill " << fill;
+            EXPECT_GT(inked(), 3 * 20);
         }
-    }
 }
 
-TEST_F(DrawTest, OutOfRangeSymbolsDrawNothing) {
-    UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
-    const float x[] = {2, 1e30f, -1e30f, std::numeric_limits<float>::quiet_NaN()}, y[] = {2, 2, 1e30f, 2};
-    const float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
-    for (float size : {0.0f, -1.0f, nan, inf, 1e30f, 5000.0f})
+TEST_F(DrawTest, OutOfRangeSymbolsAndWildCoordinatesAreSafe) {
+    page();
+    const float x[] = {2, 1e30f, -1e30f, kNaN}, y[] = {2, 2, 1e30f, 2};
+    for (float size : {0.0f, -1.0f, kNaN, std::numeric_limits<float>::infinity(), 1e30f, 5000.0f})
         for (int type = -2; type <= 10; ++type) DrawSymbols(dc, nullptr, x, y, 4, type, size);
-    EXPECT_EQ(inked(dc), 0);
     for (int type : {0, 9, -7, 100}) DrawSymbols(dc, nullptr, x, y, 1, type, 0.3f);
-    EXPECT_EQ(inked(dc), 0);
-    // Far-away centres are skipped; the near one is drawn.
-    DrawSymbols(dc, nullptr, x, y, 4, 2, 0.3f);
-    EXPECT_GT(inked(dc), 0);
     DrawSymbols(dc, nullptr, nullptr, y, 4, 2, 0.3f);
     DrawSymbols(dc, nullptr, x, y, -4, 2, 0.3f);
-}
-
-TEST_F(DrawTest, SymbolsAndCurvesInPostScript) {
-    UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
-    const std::string text = psOf("SymbolsPS", [](KFILE f) {
-        const float x[] = {1, 2, -1e10f, 4}, y[] = {1, 1.5f, 3, -1e10f};
-        DrawSymbols(nullptr, f, x, y, 4, 0, 0.25f);   // type 0: dots
-        DrawSymbols(nullptr, f, x, y, 2, 9, 0.25f);   // type 9: upright crosses
-        DrawSymbols(nullptr, f, x, y, 2, 3, std::numeric_limits<float>::quiet_NaN());  // nothing
-        const float cx[] = {0.5f, 1, 99, 2, 3}, cy[] = {0.5f, 99, 1, 2, 2.5f};
-        DrawCurve(hdcMem, f, cx, cy, 5, 99, 6, 2.5f, 2);  // with a device: every point with L
-        DrawCurve(nullptr, f, cx, cy, 5, 99, 0, 0, 1);     // without: the first with M
-        DrawCurve(nullptr, f, cx, cy, 1, 99, 2, 3, 1);     // one point: symbols only
-        DrawCurve(nullptr, f, cx, cy, 5, 99, 0, 0, -1);    // negative width: no line
-    });
-    kt::expectGolden("postscript/symbols_curves.ps", text);
-    EXPECT_NE(text.find("1 1 2.5 dotr\n2 1.5 2.5 dotr\n"), std::string::npos);
-    EXPECT_NE(text.find("1 1 2.5 plusr\n"), std::string::npos);
-    EXPECT_EQ(count(text, " M\n"), 1);
-    EXPECT_NE(text.find("medium_line\nnp\n0.5 0.5 L\n"), std::string::npos);
-}
-
-TEST_F(DrawTest, CurveWidthNamesFollowThePixelWidth) {
-    setUpPage(400, 300, 200.0f);  // extra thick is 80 pixels here
-    UsrSys(dc, 0, 1, 1, 0.1f, 0, 1, 1, 0.1f);
-    const std::string text = psOf("WidthNames", [](KFILE f) {
-        const float x[] = {0, 1}, y[] = {0, 1};
-        for (int w = 0; w <= 5; ++w) DrawCurve(nullptr, f, x, y, 2, xmiss, 0, 0, w);
-    });
-    // pixel widths 1, 5, 11, 22, 44, 80: the names of index 1 and then the widest
-    EXPECT_EQ(count(text, "thin_line\n"), 1);
-    EXPECT_EQ(count(text, "very_thin_line\n"), 0);
-    EXPECT_EQ(count(text, "extra_thick_line\n"), 5);
-}
-
-TEST_F(DrawTest, CurveSkipsMissingPointsAndDrawsSymbolsAlone) {
-    UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
-    SetColorMode(1);
-    SetColor(0);
-    const float x[] = {1, 5, 9}, y[] = {1, -7, 1};
-    DrawCurve(dc, nullptr, x, y, 3, -7, 0, 0, 0);  // one straight line from x=1 to x=9 at y=1
-    const int32_t row = static_cast<int32_t>((1 - VY.umin) * VY.pixPerUser + VY.lowPix);
-    const int32_t mid = static_cast<int32_t>((5 - VX.umin) * VX.pixPerUser + VX.lowPix);
-    EXPECT_EQ(kt::picturePixel(dc, mid, row), 0u);
-    setUpPage(400, 300, 40.0f);
-    UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
-    DrawCurve(dc, nullptr, x, y, 1, -7, 2, 3, 0);  // n = 1: the square only
-    EXPECT_GT(inked(dc), 0);
-}
-
-TEST_F(DrawTest, WildCoordinatesNeitherCrashNorStall) {
-    UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
-    const float x[] = {1, 1e30f, -1e30f, 5, 3e9f}, y[] = {1, 2, 1e25f, 4, -3e9f};
+    EXPECT_EQ(inked(), 0);
+    DrawSymbols(dc, nullptr, x, y, 4, 2, 0.3f);  // far-away centres are skipped, the near one drawn
+    EXPECT_GT(inked(), 0);
+    // Huge coordinates in lines and polygons neither crash nor stall.
+    float cx[] = {1, 1e30f, -1e30f, 5, 3e9f}, cy[] = {1, 2, 1e25f, 4, -3e9f};
     const auto start = std::chrono::steady_clock::now();
-    DrawCurve(dc, nullptr, x, y, 5, xmiss, 1, 0.2f, 0);
-    DrawClippedPolyline(dc, nullptr, x, y, 5, xmiss, 0);
-    float px[5], py[5];
-    for (int i = 0; i < 5; ++i) px[i] = x[i], py[i] = y[i];
-    DrawPoly(dc, nullptr, px, py, 5, 0, 3);
+    DrawCurve(dc, nullptr, cx, cy, 5, xmiss, 1, 0.2f, 0);
+    DrawClippedPolyline(dc, nullptr, cx, cy, 5, xmiss, 0);
+    DrawPoly(dc, nullptr, cx, cy, 5, 0, 3);
 #ifndef _WIN32
     // The canvas cuts such segments itself; on Windows the clipping is GDI's
     // (Wine's emulation of it is slow here, which says nothing of ours).
@@ -152,63 +82,82 @@ TEST_F(DrawTest, WildCoordinatesNeitherCrashNorStall) {
 #else
     (void)start;
 #endif
-    EXPECT_GT(inked(dc), 0);
 }
 
-TEST_F(DrawTest, PolygonSteps) {
-    const std::string text = psOf("PolyPS", [](KFILE f) {
-        float x[] = {1, 2, 2, 3, 1}, y[] = {1, 1, 1, 4, 1};
-        DrawPoly(nullptr, f, x, y, 5, 0, 3);
+TEST_F(DrawTest, SymbolsAndCurvesInPostScript) {
+    page();
+    kt::expectGolden("postscript/symbols_curves.ps", kt::capture("ps", [](KFILE f) {
+        const float x[] = {1, 2, -1e10f, 4}, y[] = {1, 1.5f, 3, -1e10f};
+        DrawSymbols(nullptr, f, x, y, 4, 0, 0.25f);  // type 0: dots
+        DrawSymbols(nullptr, f, x, y, 2, 9, 0.25f);  // type 9: upright crosses
+        DrawSymbols(nullptr, f, x, y, 2, 3, kNaN);   // nothing
+        const float cx[] = {0.5f, 1, 99, 2, 3}, cy[] = {0.5f, 99, 1, 2, 2.5f};
+        DrawCurve(hdcMem, f, cx, cy, 5, 99, 6, 2.5f, 2);  // with a device: every point with L
+        DrawCurve(nullptr, f, cx, cy, 5, 99, 0, 0, 1);     // without: the first with M
+        DrawCurve(nullptr, f, cx, cy, 1, 99, 2, 3, 1);     // one point: symbols only
+        DrawCurve(nullptr, f, cx, cy, 5, 99, 0, 0, -1);    // negative width: no line
+    }));
+    // Line width names follow the pixel width: at 200 pixels per length unit
+    // widths 0..5 are 1, 5, 11, 22, 44, 80 pixels, named by index 1 and then the widest.
+    setUpPage(400, 300, 200.0f);
+    UsrSys(dc, 0, 1, 1, 0.1f, 0, 1, 1, 0.1f);
+    const std::string widths = kt::capture("widths", [](KFILE f) {
+        const float x[] = {0, 1}, y[] = {0, 1};
+        for (int w = 0; w <= 5; ++w) DrawCurve(nullptr, f, x, y, 2, xmiss, 0, 0, w);
     });
-    EXPECT_EQ(text, "\nnp\n1 1 M\n1 0 R\n1 3 R\n-2 -3 R\nFill\nstroke\n");
+    EXPECT_EQ(count(widths, "thin_line\n"), 1);
+    EXPECT_EQ(count(widths, "very_thin_line\n"), 0);
+    EXPECT_EQ(count(widths, "extra_thick_line\n"), 5);
+}
+
+TEST_F(DrawTest, CurveSkipsMissingPointsAndDrawsSymbolsAlone) {
+    page();
+    const float x[] = {1, 5, 9}, y[] = {1, -7, 1};
+    DrawCurve(dc, nullptr, x, y, 3, -7, 0, 0, 0);  // one straight line from x=1 to x=9 at y=1
+    EXPECT_EQ(kt::picturePixel(dc, px(5), py(1)), 0u);
+    page();
+    DrawCurve(dc, nullptr, x, y, 1, -7, 2, 3, 0);  // n = 1: the square only
+    EXPECT_GT(inked(), 0);
+}
+
+TEST_F(DrawTest, PolygonsStepsBatchesAndProjection) {
+    EXPECT_EQ(kt::capture("poly", [](KFILE f) {
+                  float x[] = {1, 2, 2, 3, 1}, y[] = {1, 1, 1, 4, 1};
+                  DrawPoly(nullptr, f, x, y, 5, 0, 3);
+              }),
+              "\nnp\n1 1 M\n1 0 R\n1 3 R\n-2 -3 R\nFill\nstroke\n");
     std::vector<float> x(2000), y(2000);
     for (int i = 0; i < 2000; ++i) x[i] = static_cast<float>(i), y[i] = static_cast<float>(i % 7);
-    const std::string many = [&] {
-        const std::string path = kt::scratchDir("PolyMany") + "/out.ps";
-        KFILE f = kt::createFile(path);
-        DrawPoly(dc, f, x.data(), y.data(), 2000, 0, 1);
-        kt::closeFile(f);
-        return kt::readFile(path);
-    }();
+    const std::string many = kt::capture("many", [&](KFILE f) { DrawPoly(dc, f, x.data(), y.data(), 2000, 0, 1); });
     EXPECT_EQ(count(many, " R\n"), 1499);
     EXPECT_EQ(nVp, 1500);
-}
-
-TEST_F(DrawTest, PolygonProjectsTheCallersPoints) {
+    // With projection on, the caller's points are projected in place.
     const int32_t saved = proj;
     proj = 4;  // Mollweide
-    float x[] = {-30, 0, 45}, y[] = {10, 60, -20};
-    float ex[] = {-30, 0, 45}, ey[] = {10, 60, -20};
+    float mx[] = {-30, 0, 45}, my[] = {10, 60, -20}, ex[] = {-30, 0, 45}, ey[] = {10, 60, -20};
     for (int i = 0; i < 3; ++i) Project(&ex[i], &ey[i]);
-    DrawPoly(nullptr, nullptr, x, y, 3, 1, 1);
-    for (int i = 0; i < 3; ++i) {
-        EXPECT_FLOAT_EQ(x[i], ex[i]);
-        EXPECT_FLOAT_EQ(y[i], ey[i]);
-    }
+    DrawPoly(nullptr, nullptr, mx, my, 3, 1, 1);
     proj = saved;
+    for (int i = 0; i < 3; ++i) EXPECT_TRUE(mx[i] == ex[i] && my[i] == ey[i]) << i;
 }
 
-TEST_F(DrawTest, ClippedPolylineStopsAtTheViewport) {
-    UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
-    const std::string text = psOf("Clipped", [](KFILE f) {
-        const float x[] = {-5, 5, 15, 15, 5, 5, 7}, y[] = {2.5f, 2.5f, 2.5f, 4, 4, -9, 1};
-        DrawClippedPolyline(nullptr, f, x, y, 7, -9, 0);
-    });
-    EXPECT_EQ(text, "very_thin_line\nnp\n0 2.5 M\n5 2.5 L\n10 2.5 L\n10 4 M\n5 4 L\nstroke\n");
-}
-
-TEST_F(DrawTest, ArrowsPointAlongTheirVectorsOnThePage) {
+TEST_F(DrawTest, ClippedPolylineAndArrowsInPostScript) {
+    page();
+    EXPECT_EQ(kt::capture("clipped", [](KFILE f) {
+                  const float x[] = {-5, 5, 15, 15, 5, 5, 7}, y[] = {2.5f, 2.5f, 2.5f, 4, 4, -9, 1};
+                  DrawClippedPolyline(nullptr, f, x, y, 7, -9, 0);
+              }),
+              "very_thin_line\nnp\n0 2.5 M\n5 2.5 L\n10 2.5 L\n10 4 M\n5 4 L\nstroke\n");
     UsrSys(dc, 0, 100, 5, 1, 0, 50, 5, 1);  // x: 20 user units per length unit, y: 10
-    const std::string text = psOf("Arrows", [](KFILE f) {
+    const std::string text = kt::capture("arrows", [](KFILE f) {
         const float x[] = {10, 50, xmiss}, y[] = {10, 10, 5}, u[] = {1, 0, 1}, v[] = {0, 2, 1};
         DrawArrows(hdcMem, f, x, y, u, v, 3, 1.0f, 0.2f, 1);
     });
-    // First arrow: one length unit to the right = 20 user units in x.
+    // One length unit to the right = 20 user units in x; two up = 20 in y.
     EXPECT_NE(text.find("10 10 M\n30 10 L\n"), std::string::npos) << text;
-    // Second: two length units up = 20 user units in y.
     EXPECT_NE(text.find("50 10 M\n50 30 L\n"), std::string::npos) << text;
     EXPECT_EQ(count(text, " M\n"), 4);
-    EXPECT_GT(inked(dc), 40);
+    EXPECT_GT(inked(), 40);
 }
 
 TEST_F(DrawTest, BoxesViewportAndColourItems) {
@@ -218,16 +167,13 @@ TEST_F(DrawTest, BoxesViewportAndColourItems) {
     EXPECT_EQ(kt::picturePixel(dc, 10, 10), 0x0000FFu);
     EXPECT_EQ(kt::picturePixel(dc, 20, 15), 0x0000FFu);
     EXPECT_EQ(kt::picturePixel(dc, 15, 12), kWhite);
-    EXPECT_EQ(inked(dc), 2 * 11 + 2 * 4);
+    EXPECT_EQ(inked(), 2 * 11 + 2 * 4);
 
     UsrSys(dc, 0, 10, 5, 1, 0, 5, 5, 1);
     int32_t r[4];
     float sx = 0, sy = 0;
     CopyRectPix(r, &sx, &sy);
-    EXPECT_EQ(r[0], 40);
-    EXPECT_EQ(r[1], 60);
-    EXPECT_EQ(r[2], 240);
-    EXPECT_EQ(r[3], 260);
+    EXPECT_EQ(std::vector<int32_t>(r, r + 4), (std::vector<int32_t>{40, 60, 240, 260}));
     EXPECT_FLOAT_EQ(sx, 20.1f);
     EXPECT_FLOAT_EQ(sy, -39.8f);
     CopyRectPix(nullptr, nullptr, nullptr);
@@ -235,15 +181,15 @@ TEST_F(DrawTest, BoxesViewportAndColourItems) {
     setUpPage(100, 40, 40.0f);
     const int32_t item[4] = {10, 10, 60, 30};
     ODADrawColorRect(dc, item, 40, 1);
-    EXPECT_EQ(kt::picturePixel(dc, 35, 20), static_cast<uint32_t>(Vcolor[40][0] | Vcolor[40][1] << 8 | Vcolor[40][2] << 16));
-    EXPECT_EQ(kt::picturePixel(dc, 10, 20), 0u);   // selection frame
-    EXPECT_EQ(kt::picturePixel(dc, 12, 20), 0u);   // swatch outline
+    EXPECT_EQ(kt::picturePixel(dc, 35, 20), kt::paletteColour(40));
+    EXPECT_EQ(kt::picturePixel(dc, 10, 20), 0u);  // selection frame
+    EXPECT_EQ(kt::picturePixel(dc, 12, 20), 0u);  // swatch outline
     ODADrawColorRect(dc, item, 40, 0);
     EXPECT_EQ(kt::picturePixel(dc, 10, 20), kWhite);
-    const int before = inked(dc);
+    const int before = inked();
     ODADrawColorRect(dc, item, 500, 1);
     ODADrawColorRect(dc, item, -1, 1);
-    EXPECT_EQ(inked(dc), before);
+    EXPECT_EQ(inked(), before);
 }
 
 }  // namespace

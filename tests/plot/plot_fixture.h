@@ -3,31 +3,37 @@
 #ifndef KESTREL_TESTS_PLOT_FIXTURE_H
 #define KESTREL_TESTS_PLOT_FIXTURE_H
 
+#include <cstdlib>
 #include <string>
 
-#include "kestrel/kestrel.h"
 #include "common/picture.h"
 #include "common/testing.h"
+#include "kestrel/kestrel.h"
 
 namespace kt {
 
-// Opens path for writing as the library's file handle (null on failure).
-KFILE createFile(const std::string &path);
-void closeFile(KFILE f);
-
 // Compares text with the golden file tests/golden/<name>; with
 // KESTREL_UPDATE_GOLDEN=1 in the environment the golden file is rewritten.
-void expectGolden(const std::string &name, const std::string &text);
+inline void expectGolden(const std::string &name, const std::string &text) {
+    const std::string path = sourcePath("tests/golden/" + name);
+    const char *update = std::getenv("KESTREL_UPDATE_GOLDEN");
+    if (update && *update == '1') writeFile(path, text);
+    ASSERT_TRUE(fileExists(path)) << "golden file missing: " << path;
+    EXPECT_EQ(readFile(path), text) << "differs from " << path;
+}
 
 }  // namespace kt
 
-// A page of w x h pixels at ppl pixels per length unit, InitmemDC'd, with
-// the built-in palette loaded. The canvas is hdcMem.
+// A page of w x h pixels at ppl pixels per length unit (kt::openPage).
 class PlotTest : public ::testing::Test {
 protected:
     void SetUp() override { setUpPage(400, 300, 40.0f); }
-    void TearDown() override;
-    void setUpPage(int w, int h, float ppl);
+    void TearDown() override { kt::closePage(dc); }
+    void setUpPage(int w, int h, float ppl) {
+        if (dc) kt::closePage(dc);
+        dc = kt::openPage(w, h, ppl);
+        ASSERT_NE(dc, nullptr);
+    }
     KDC dc = nullptr;
 };
 

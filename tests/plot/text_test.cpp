@@ -22,8 +22,13 @@ protected:
     }
     void TearDown() override {
         kestrel::gTextTrace = nullptr;
-        kestrel::releaseLibraryFont();
         PlotTest::TearDown();
+    }
+    // Lays text out (to dli) and traces its characters (to trace).
+    void layOut(const char *text, float angle, float size) {
+        trace.clear();
+        ScanString(dc, text, 5, 2.5f, angle, size, 0);
+        ScanString(dc, text, 5, 2.5f, angle, size, 1);
     }
     std::vector<kestrel::PlacedChar> trace;
     double px(float x) { return std::trunc((x - VX.umin) * static_cast<double>(VX.pixPerUser) + VX.lowPix); }
@@ -70,12 +75,10 @@ TEST_F(TextTest, LabelOriginsAnchorTheBox) {
 
 TEST_F(TextTest, RotationTurnsTheBoxAndTheBaseline) {
     SetLorgVal(dc, 6);
-    ScanString(dc, "Depth", 5, 2.5f, 90, 14, 0);
-    const double w = dli.width, L = dli.lineHeight;
+    layOut("Depth", 90, 14);
     EXPECT_NEAR(dli.boxX[1] - dli.boxX[0], 0, 1e-3);
-    EXPECT_NEAR(dli.boxY[1] - dli.boxY[0], -w, 1e-3);  // along the baseline: up the screen
-    EXPECT_NEAR(dli.boxX[2] - dli.boxX[1], -L, 1e-3);  // across it: to the left
-    ScanString(dc, "Depth", 5, 2.5f, 90, 14, 1);
+    EXPECT_NEAR(dli.boxY[1] - dli.boxY[0], -dli.width, 1e-3);       // along the baseline: up the screen
+    EXPECT_NEAR(dli.boxX[2] - dli.boxX[1], -dli.lineHeight, 1e-3);  // across it: to the left
     ASSERT_EQ(trace.size(), 5u);
     for (size_t i = 1; i < trace.size(); ++i) {
         EXPECT_NEAR(trace[i].x, trace[0].x, 1e-3);
@@ -90,11 +93,10 @@ TEST_F(TextTest, RotationTurnsTheBoxAndTheBaseline) {
 
 TEST_F(TextTest, SubAndSuperscriptsAreRaisedAndSmaller) {
     SetLorgVal(dc, 6);
-    ScanString(dc, "x~^2y~_3", 5, 2.5f, 0, 20, 0);
+    layOut("x~^2y~_3", 0, 20);
     const double L = dli.lineHeight;
-    ScanString(dc, "x~^2y~_3", 5, 2.5f, 0, 20, 1);
     ASSERT_EQ(trace.size(), 4u);
-    EXPECT_EQ(std::string() + trace[0].c + trace[1].c + trace[2].c + trace[3].c, "x2y3");
+    EXPECT_EQ(std::string({trace[0].c, trace[1].c, trace[2].c, trace[3].c}), "x2y3");
     EXPECT_NEAR(trace[1].y - trace[0].y, -0.4 * L, 1e-5);  // up is negative on the device
     EXPECT_NEAR(trace[2].y, trace[0].y, 1e-9);             // back on the line
     EXPECT_NEAR(trace[3].y - trace[0].y, 0.08 * L, 1e-5);
@@ -109,32 +111,21 @@ TEST_F(TextTest, SubAndSuperscriptsAreRaisedAndSmaller) {
     EXPECT_GT(trace[0].y, dli.boxY[3]);
 
     // Rotated by 90 degrees, the raise goes to the left.
-    trace.clear();
-    ScanString(dc, "x~^2", 5, 2.5f, 90, 20, 0);
-    ScanString(dc, "x~^2", 5, 2.5f, 90, 20, 1);
+    layOut("x~^2", 90, 20);
     ASSERT_EQ(trace.size(), 2u);
     EXPECT_NEAR(trace[1].x - trace[0].x, -0.4 * dli.lineHeight, 1e-3);
 }
 
 TEST_F(TextTest, FacesAndOddEscapes) {
     SetLorgVal(dc, 6);
-    const char *text = "a~$b~#c~";
-    ScanString(dc, text, 5, 2.5f, 0, 14, 0);
-    ScanString(dc, text, 5, 2.5f, 0, 14, 1);
+    layOut("a~$b~#c~", 0, 14);
     ASSERT_EQ(trace.size(), 4u);  // a, b (symbol face), c, and the lone tilde
-    EXPECT_EQ(trace[0].family, 1);
-    EXPECT_EQ(trace[1].family, 2);
-    EXPECT_EQ(trace[2].family, 1);
+    EXPECT_EQ(std::vector<int>({trace[0].family, trace[1].family, trace[2].family}), (std::vector<int>{1, 2, 1}));
     EXPECT_EQ(trace[3].c, '~');
-    trace.clear();
-    ScanString(dc, "~^", 5, 2.5f, 0, 14, 0);
-    ScanString(dc, "~^", 5, 2.5f, 0, 14, 1);
+    layOut("~^", 0, 14);
     EXPECT_EQ(trace.size(), 2u);
     // A string longer than Vfp is laid out up to its capacity.
-    const std::string longText(5000, 'm');
-    trace.clear();
-    ScanString(dc, longText.c_str(), 5, 2.5f, 0, 6, 0);
-    ScanString(dc, longText.c_str(), 5, 2.5f, 0, 6, 1);
+    layOut(std::string(5000, 'm').c_str(), 0, 6);
     EXPECT_EQ(trace.size(), 1500u);
     // Degree sign and umlauts of the host's code page draw without failing.
     DrawString(dc, "12.5\xB0 S, \xE4\xF6\xFC", 5, 2.5f, 0, 14);

@@ -1,7 +1,8 @@
 // The user coordinate system: hand-worked transforms, the viewport clip and
-// frame on a real drawing target, and the PostScript form.
+// frame on a real drawing target.
 #include <cmath>
-#include <string>
+#include <tuple>
+#include <utility>
 
 #include "common/canvas.h"
 #include "common/testing.h"
@@ -27,8 +28,7 @@ protected:
 
 TEST_F(UserSystem, XEdgesComeFromThePageOriginAndIncludeTheLastPixel) {
     SetupUsrSys(0, 10, 5, 2, 0, 1, 5, 2);
-    EXPECT_EQ(VX.lowPix, 80);
-    EXPECT_EQ(VX.highPix, 280);
+    EXPECT_EQ(std::make_pair(VX.lowPix, VX.highPix), std::make_pair(80, 280));
     EXPECT_FLOAT_EQ(VX.pixPerUser, 20.1f);  // 201 pixels over 10 units
     EXPECT_EQ(kestrel::xPixel(10), 281);
     EXPECT_EQ(kestrel::xPixel(0), 80);
@@ -39,15 +39,13 @@ TEST_F(UserSystem, XEdgesComeFromThePageOriginAndIncludeTheLastPixel) {
 
 TEST_F(UserSystem, YTopIsMeasuredFromTheTruncatedBottom) {
     SetupUsrSys(0, 1, 5, 2, 100, 0, 5, 2);  // depth 100 at the bottom, 0 at the top
-    EXPECT_EQ(VY.lowPix, 520);
-    EXPECT_EQ(VY.highPix, 320);
+    EXPECT_EQ(std::make_pair(VY.lowPix, VY.highPix), std::make_pair(520, 320));
     EXPECT_FLOAT_EQ(VY.pixPerUser, -199.0f / -100.0f);
     SetupUsrSys(0, 1, 5, 2, 0, 10, 5, 2);
     EXPECT_EQ(kestrel::yPixel(10), 321);  // 520 + (320 - 520 + 1)
     // A fractional bottom: 600 - 40 * 2.49 = 500.4 -> 500, top 500 - 200 = 300.
     SetupUsrSys(0, 1, 5, 2, 0, 10, 5, 2.49f);
-    EXPECT_EQ(VY.lowPix, 500);
-    EXPECT_EQ(VY.highPix, 300);
+    EXPECT_EQ(std::make_pair(VY.lowPix, VY.highPix), std::make_pair(500, 300));
 }
 
 TEST_F(UserSystem, PixelsTruncateTowardZeroAndMagnificationLeavesEdges) {
@@ -56,8 +54,7 @@ TEST_F(UserSystem, PixelsTruncateTowardZeroAndMagnificationLeavesEdges) {
     EXPECT_EQ(kestrel::xPixel(-4.03f), -1);  // -1.003
     mCGS.mag = 2.0f;
     SetupUsrSys(0, 10, 5, 2, 0, 1, 5, 2);
-    EXPECT_EQ(VX.lowPix, 80);
-    EXPECT_EQ(VX.highPix, 280);
+    EXPECT_EQ(std::make_pair(VX.lowPix, VX.highPix), std::make_pair(80, 280));
     EXPECT_FLOAT_EQ(VX.vpLength, 10.0f);
     EXPECT_FLOAT_EQ(VX.userPerLength, 1.0f);
 }
@@ -77,29 +74,13 @@ TEST_F(UserSystem, NamedLineWidthsAndFontSizes) {
     EXPECT_NEAR(DfltFontSize(20, 15), std::pow(1.5, 0.49) * 20 * 0.4827586, 1e-4);
 }
 
-TEST_F(UserSystem, LabelOriginCodes) {
-    SetLorgVal(nullptr, 3);
-    EXPECT_EQ(dli.fx, -1.0);
-    EXPECT_EQ(dli.fy, -1.0);
-    SetLorgVal(nullptr, 9);  // unknown codes centre
-    EXPECT_EQ(mCGS.lorg, 9);
-    EXPECT_EQ(dli.fx, -0.5);
-    EXPECT_EQ(dli.fy, -0.5);
-    SetLorgVal(nullptr, 8);
-    EXPECT_EQ(dli.fx, 0.0);
-    EXPECT_EQ(dli.fy, -0.5);
-}
-
 TEST(Viewport, ClipWidensRightEdgeOnlyAndFrameDrawsNestedRings) {
     const int W = 200, H = 150;
     KDC dc = kt::makeCanvas(W, H);
     kt::startPicture(dc, W, H, 200.0f);  // w = trunc(200 * 0.015) = 3
     SetupUsrSys(0, 1, 0.5f, 0.125f, 0, 1, 0.375f, 0.125f);
     // x: 25..125, y: bottom 125, top 50
-    ASSERT_EQ(VX.lowPix, 25);
-    ASSERT_EQ(VX.highPix, 125);
-    ASSERT_EQ(VY.lowPix, 125);
-    ASSERT_EQ(VY.highPix, 50);
+    ASSERT_EQ(std::make_tuple(VX.lowPix, VX.highPix, VY.lowPix, VY.highPix), std::make_tuple(25, 125, 125, 50));
     ClipVWP(dc, 1);
     KBRUSH black = kestrel::plat::createSolidBrush(0);
     kestrel::plat::Rect all{0, 0, W, H};
@@ -121,16 +102,6 @@ TEST(Viewport, ClipWidensRightEdgeOnlyAndFrameDrawsNestedRings) {
     EXPECT_EQ(kt::pixel(dc, 70, 90), 0xFFFFFFu);  // inside stays white
     hdcMem = nullptr;
     kt::freeCanvas(dc);
-}
-
-TEST(Viewport, PostScriptFormIsOneLineOfPlainNumbers) {
-    const std::string path = kt::scratchDir("PSUsrSys") + "/u.ps";
-    KFILE f = kestrel::plat::fileCreate(path.c_str());
-    ASSERT_NE(f, nullptr);
-    PSUsrSys(f, "%% section\n", 0, 6000, 20, 3, 5500, 0, 12.5f, 3);
-    PSUsrSys(nullptr, "ignored", 0, 1, 1, 1, 0, 1, 1, 1);
-    kestrel::plat::fileClose(f);
-    EXPECT_EQ(kt::readFile(path), "%% section\n0 6000 20 3 5500 0 12.5 3 UsrSys\n\n");
 }
 
 }  // namespace
