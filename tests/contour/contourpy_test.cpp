@@ -2,8 +2,8 @@
 // same fields and levels, after the same move of nodes equal to a level, the
 // edges found crossed and the points interpolated on them are contourpy's,
 // and every vertex of a traced path is one of contourpy's line points.
-// Reference data: tests/golden/contour/contourpy_reference.txt, made by the
-// script beside it.
+// Reference data: tests/golden/contour/contourpy_reference.txt, made by
+// tools/make_contourpy_reference.py.
 #include <algorithm>
 #include <cmath>
 #include <fstream>

@@ -9,7 +9,7 @@ factor, product in double, stored as float32), as the tracer does, so both
 sides see the same field.
 
 Run with Debian's python3 (python3-contourpy, python3-numpy):
-    /usr/bin/python3 tests/golden/contour/make_contourpy_reference.py \
+    /usr/bin/python3 tools/make_contourpy_reference.py \
         > tests/golden/contour/contourpy_reference.txt
 """
 import sys
