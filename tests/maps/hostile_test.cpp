@@ -25,9 +25,11 @@ TEST_F(Hostile, ForwardGivesAMapPointOrNaNForEveryCode) {
                 float x = lon, y = lat;
                 Project(&x, &y);
                 const bool finiteIn = std::isfinite(lon) && std::isfinite(lat);
-                if (code < 1 || code > 6) {
+                if (code < 1 || code > 6) {  // code 0 and unknown codes: both ways unchanged
                     EXPECT_TRUE((x == lon || (std::isnan(x) && std::isnan(lon))) &&
                                 (y == lat || (std::isnan(y) && std::isnan(lat))));
+                    UnProject(&x, &y);
+                    EXPECT_TRUE(x == lon || std::isnan(lon));
                     continue;
                 }
                 if (!finiteIn) continue;  // NaN is an acceptable answer
@@ -62,6 +64,31 @@ TEST_F(Hostile, InverseOfAnyFiniteMapPointIsAFinitePosition) {
             EXPECT_TRUE(std::isnan(lon) || std::isnan(lat));
         }
     }
+}
+
+// The documented clamps: far hemispheres fold onto the rim.
+TEST_F(Hostile, FarHemisphereFoldsOntoTheRim) {
+    float x, y, xr, yr;
+    use(1, 0.0);  // north polar: latitude -30 projects as 0.01
+    project(40.0, -30.0, x, y);
+    project(40.0, 0.01, xr, yr);
+    EXPECT_EQ(x, xr);
+    EXPECT_EQ(y, yr);
+    use(3, 0.0);  // south polar: 30 projects as -0.01
+    project(40.0, 30.0, x, y);
+    project(40.0, -0.01, xr, yr);
+    EXPECT_EQ(x, xr);
+    EXPECT_EQ(y, yr);
+    use(2, 10.0);  // equatorial: 120 deg off the centre lands at 89.99
+    project(130.0, 0.0, x, y);
+    EXPECT_NEAR(x, std::sin(89.99 * kestrel::kDegToRad), 1e-7);
+    project(-110.0, 0.0, x, y);
+    EXPECT_NEAR(x, -std::sin(89.99 * kestrel::kDegToRad), 1e-7);
+    use(4, 0.0);  // Mollweide: 179.99 and latitudes beyond a pole
+    project(200.0, 95.0, x, y);
+    project(179.99, 90.0, xr, yr);
+    EXPECT_EQ(x, xr);
+    EXPECT_EQ(y, yr);
 }
 
 TEST_F(Hostile, ThePolesAndThePolarPatchHaveDefinitePositions) {

@@ -11,8 +11,6 @@
 
 namespace {
 
-
-
 constexpr uint32_t kBlack = 0x000000, kWhite = 0xFFFFFF;
 
 // A closed square record (counter-clockwise) or an open one.
@@ -239,7 +237,6 @@ TEST_F(WorldDraw, FullMapRendersLikeTheCanvas) {
         kt::savePNG(dir + "/screen" + std::to_string(code) + ".png", screen);
         kt::savePNG(dir + "/diff" + std::to_string(code) + ".png", kt::diffImage(screen, paper, 2, 40));
         const kt::ImageDiff diff = kt::compareImages(screen, paper, 2, 40);
-        RecordProperty("share" + std::to_string(code), std::to_string(diff.share));
         EXPECT_GT(diff.inkA, 10000);
         EXPECT_LT(diff.share, 0.05) << "see " << dir;
     }
