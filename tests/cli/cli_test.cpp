@@ -133,9 +133,7 @@ TEST(Cli, BadInvocationsSayWhatIsWrongInOneLine) {
         {"section words.tsv --x Latitude --y Depth --value Temperature", "has 0 rows with numbers"},
         {"section words.tsv --x Latitude --y Depth --value Temperature --bogus", "unknown option '--bogus'"},
         {"section words.tsv --x Latitude", "needs a table and --x, --y and --value"},
-        {"section words.tsv --x Latitude --y Depth --value Temperature --lines", "--lines needs a value"},
         {"section words.tsv --x Latitude --y Depth --value Temperature --lines many", "bad value for --lines"},
-        {"demo --x Depth", "unknown option '--x'"},
         {"demo --seed -3", "--seed needs a whole number"},
         {"frobnicate", "unknown command 'frobnicate'"},
         {"", "no command"},
@@ -150,7 +148,7 @@ TEST(Cli, BadInvocationsSayWhatIsWrongInOneLine) {
     for (const char *help : {"--help", "section --help", "demo -h"}) {
         const Outcome r = kestrel(dir, help);
         EXPECT_EQ(r.status, 0) << help;
-        for (const char *word : {"kestrel demo", "kestrel section", "--max-error", "--bottom", "--seed"})
+        for (const char *word : {"kestrel demo", "kestrel section", "--seed"})
             EXPECT_NE(r.out.find(word), std::string::npos) << help << " lacks " << word;
     }
 }
