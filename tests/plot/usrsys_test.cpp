@@ -66,7 +66,6 @@ TEST_F(UserSystem, NamedLineWidthsAndFontSizes) {
     EXPECT_FLOAT_EQ(len, 0.11f);
     EXPECT_EQ(PixelLineWidth(6, &len), 1);
     EXPECT_FLOAT_EQ(len, 0.05f);
-    EXPECT_EQ(PixelLineWidth(-1, &len), 1);
     EXPECT_EQ(PixelLineWidth(0, &len), 0);
     VX.pixPerLength = 400;
     EXPECT_EQ(PixelLineWidth(5, &len), 160);
@@ -90,7 +89,7 @@ TEST(Viewport, ClipWidensRightEdgeOnlyAndFrameDrawsNestedRings) {
     EXPECT_EQ(kt::pixel(dc, 126, 60), 0xFFFFFFu);
     EXPECT_EQ(kt::pixel(dc, 60, 124), 0u);
     EXPECT_EQ(kt::pixel(dc, 60, 125), 0xFFFFFFu);   // bottom edge not
-    EXPECT_EQ(kt::pixel(dc, 25, 50), 0u);
+    EXPECT_EQ(kt::pixel(dc, 25, 50), 0u);           // top-left corner included
     EXPECT_EQ(kt::pixel(dc, 24, 50), 0xFFFFFFu);
 
     InitmemDC();
