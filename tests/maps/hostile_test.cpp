@@ -1,5 +1,6 @@
 // Bad input never crashes and never leaves the map: NaN, infinities, poles,
-// longitudes far outside +-180, null pointers, degenerate domains.
+// longitudes far outside +-180, null pointers, degenerate domains; and the
+// documented clamps that fold far hemispheres onto the rim.
 #include <limits>
 
 #include "tests/maps/proj_fixture.h"
