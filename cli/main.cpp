@@ -39,6 +39,10 @@ std::string findPreamble(const std::string &asked, const char *argv0) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    // The program links the library statically, so no load notification has
+    // started it up: without this the stock pen and brush would be unset and
+    // every pen a drawing routine restores would be lost.
+    initKestrel();
     if (argc < 2) {
         std::fprintf(stderr, "kestrel: no command: kestrel demo, kestrel section DATA.tsv ..., or kestrel map ... (try kestrel --help)\n");
         return 2;

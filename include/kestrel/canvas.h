@@ -13,6 +13,9 @@
  * silently; a message box is written to the error log and takes its default
  * answer (the first button: OK, or Yes for a yes/no box).
  *
+ * The shared library starts itself up when it is loaded; a host that links
+ * the library statically calls initKestrel() once before anything else.
+ *
  * None of this exists in the Windows build, where the host hands in real
  * window handles and device contexts.
  */
