@@ -108,6 +108,9 @@ TEST_F(FieldTest, ShadingEqualsOneFillPerCell) {
         for (int32_t k = 1; k < ny; ++k) by[static_cast<size_t>(k)] = static_cast<float>((g.y[k - 1] + g.y[k]) * 0.5);
         bx[static_cast<size_t>(nx)] = g.x.back();
         by[static_cast<size_t>(ny)] = g.y.back();
+        // Palette-index colours resolve through the library palette, as in
+        // ShadeField (on Windows the device context's palette decides).
+        KPALETTE previous = ActivateMyPalette(dc);
         for (int32_t j = 0; j < ny; ++j) {
             for (int32_t i = 0; i < nx; ++i) {
                 SetColor(CMapCalColor(g.at(i, j)));
@@ -119,6 +122,7 @@ TEST_F(FieldTest, ShadingEqualsOneFillPerCell) {
                 kestrel::plat::deleteObject(b);
             }
         }
+        RestorePalette(dc, previous, "test");
         const kt::Image want = kt::pictureImage(dc);
         ASSERT_EQ(got.px.size(), want.px.size());
         size_t differ = 0;
