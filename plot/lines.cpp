@@ -34,6 +34,29 @@ void beginPSLine(KFILE f, int32_t pixels) {
 
 bool usable(float v) { return v != xmiss && std::isfinite(v); }
 
+// Starts a line of a named width on both outputs: a solid pen in the current
+// colour with the library palette active, and the PostScript width name.
+// Returns the palette to restore.
+KPALETTE beginLine(KDC dc, KFILE psFile, int32_t widthIndex) {
+    float length = 0;
+    const int32_t w = PixelLineWidth(widthIndex, &length);
+    KPALETTE previous = nullptr;
+    if (dc) {
+        previous = ActivateMyPalette(dc);
+        plat::selectObject(dc, plat::createPen(plat::PenSolid, w, mCGS.color));
+    }
+    if (psFile) beginPSLine(psFile, w);
+    return previous;
+}
+
+void endLine(KDC dc, KFILE psFile, KPALETTE previous, const char *caller) {
+    if (dc) {
+        RestorePen(dc, caller);
+        RestorePalette(dc, previous, caller);
+    }
+    if (psFile) plat::fileWriteText(psFile, "stroke\n");
+}
+
 }  // namespace
 
 extern "C" {
@@ -42,14 +65,7 @@ KESTREL_API void KESTREL_CALL DrawCurve(KDC dc, KFILE psFile, const float *x, co
                                         float missing, int32_t symbolType, float symbolSize, int32_t widthIndex) {
     if (!x || !y || n < 1) return;
     if (widthIndex >= 0 && n >= 2) {
-        float length = 0;
-        const int32_t w = PixelLineWidth(widthIndex, &length);
-        KPALETTE previous = nullptr;
-        if (dc) {
-            previous = ActivateMyPalette(dc);
-            plat::selectObject(dc, plat::createPen(plat::PenSolid, w, mCGS.color));
-        }
-        if (psFile) beginPSLine(psFile, w);
+        KPALETTE previous = beginLine(dc, psFile, widthIndex);
         // One first-point flag for both outputs: with a device context its
         // move clears it, so every PostScript point is written with L (the
         // preamble's L starts a path where there is none).
@@ -69,11 +85,7 @@ KESTREL_API void KESTREL_CALL DrawCurve(KDC dc, KFILE psFile, const float *x, co
                 first = false;
             }
         }
-        if (dc) {
-            RestorePen(dc, "DrawCurve");
-            RestorePalette(dc, previous, "DrawCurve");
-        }
-        if (psFile) plat::fileWriteText(psFile, "stroke\n");
+        endLine(dc, psFile, previous, "DrawCurve");
     }
     if (symbolSize > 0) DrawSymbols(dc, psFile, x, y, n, symbolType, symbolSize * 0.1f);
 }
@@ -111,14 +123,7 @@ KESTREL_API void KESTREL_CALL DrawClippedPolyline(KDC dc, KFILE psFile, const fl
     // The viewport's user rectangle, whichever way its axes run.
     const double xlo = std::fmin(VX.umin, VX.umax), xhi = std::fmax(VX.umin, VX.umax);
     const double ylo = std::fmin(VY.umin, VY.umax), yhi = std::fmax(VY.umin, VY.umax);
-    float length = 0;
-    const int32_t w = PixelLineWidth(widthIndex, &length);
-    KPALETTE previous = nullptr;
-    if (dc) {
-        previous = ActivateMyPalette(dc);
-        plat::selectObject(dc, plat::createPen(plat::PenSolid, w, mCGS.color));
-    }
-    if (psFile) beginPSLine(psFile, w);
+    KPALETTE previous = beginLine(dc, psFile, widthIndex);
     bool penDown = false;  // the last point written ends a visible piece
     auto emit = [&](double ux, double uy, bool move) {
         const float fx = static_cast<float>(ux), fy = static_cast<float>(uy);
@@ -163,11 +168,7 @@ KESTREL_API void KESTREL_CALL DrawClippedPolyline(KDC dc, KFILE psFile, const fl
         emit(x0 + t1 * dx, y0 + t1 * dy, false);
         penDown = t1 >= 1;
     }
-    if (dc) {
-        RestorePen(dc, "DrawClippedPolyline");
-        RestorePalette(dc, previous, "DrawClippedPolyline");
-    }
-    if (psFile) plat::fileWriteText(psFile, "stroke\n");
+    endLine(dc, psFile, previous, "DrawClippedPolyline");
 }
 
 KESTREL_API void KESTREL_CALL DrawArrows(KDC dc, KFILE psFile, const float *x, const float *y, const float *u,
@@ -178,14 +179,7 @@ KESTREL_API void KESTREL_CALL DrawArrows(KDC dc, KFILE psFile, const float *x, c
     // into user units, so that they keep their shape on any user system.
     const double ux = static_cast<double>(VX.userPerLength), uy = static_cast<double>(VY.userPerLength);
     if (!std::isfinite(ux) || !std::isfinite(uy)) return;
-    float length = 0;
-    const int32_t w = PixelLineWidth(widthIndex, &length);
-    KPALETTE previous = nullptr;
-    if (dc) {
-        previous = ActivateMyPalette(dc);
-        plat::selectObject(dc, plat::createPen(plat::PenSolid, w, mCGS.color));
-    }
-    if (psFile) beginPSLine(psFile, w);
+    KPALETTE previous = beginLine(dc, psFile, widthIndex);
     const double spread = 22.0 * 3.14159265358979323846 / 180.0;  // half angle of the head
     for (int32_t i = 0; i < n; ++i) {
         if (!usable(x[i]) || !usable(y[i]) || !usable(u[i]) || !usable(v[i])) continue;
@@ -220,11 +214,7 @@ KESTREL_API void KESTREL_CALL DrawArrows(KDC dc, KFILE psFile, const float *x, c
             }
         }
     }
-    if (dc) {
-        RestorePen(dc, "DrawArrows");
-        RestorePalette(dc, previous, "DrawArrows");
-    }
-    if (psFile) plat::fileWriteText(psFile, "stroke\n");
+    endLine(dc, psFile, previous, "DrawArrows");
 }
 
 KESTREL_API void KESTREL_CALL DrawBox(KDC dc, int32_t left, int32_t top, int32_t right, int32_t bottom) {

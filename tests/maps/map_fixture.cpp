@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "common/canvas.h"
 #include "platform/platform.h"
 
 namespace kt {
@@ -45,14 +46,7 @@ void MapTest::SetUp() {
                          "_" + ::testing::UnitTest::GetInstance()->current_test_info()->name());
     dc = kt::createPicture(width, height);
     ASSERT_NE(dc, nullptr);
-    hdcMem = dc;
-    Vbmp_size_cx = width;
-    Vbmp_size_cy = height;
-    VX.devPixels = width;
-    VY.devPixels = height;
-    VX.pixPerLength = VY.pixPerLength = ppl;
-    VX.devLength = static_cast<float>(width) / ppl;
-    VY.devLength = static_cast<float>(height) / ppl;
+    kt::startPicture(dc, width, height, ppl);
     InitCGS(dc, &mCGS);
     mCGS.paletteFile[0] = '\0';
     LoadPaletteFile(dc, nullptr);
