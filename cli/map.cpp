@@ -2,6 +2,7 @@
 // and PostScript, drawn through the library's map calls in the order a host
 // uses them: layout, user system, clip, land, coastlines, stations, frame.
 #include "cli/commands.h"
+#include "cli/section.h"
 
 #include <cmath>
 #include <cstdio>
@@ -15,6 +16,7 @@
 #include "kestrel/kestrel.h"
 #include "kestrel/gif.h"
 #include "platform/platform.h"
+#include "plot/pstext.h"
 
 namespace {
 
@@ -82,8 +84,9 @@ bool parseProj(const char *s, int *code) {
 }
 
 bool readStations(const std::string &path, std::vector<float> *lon, std::vector<float> *lat) {
-    std::ifstream in(path);
-    if (!in) return false;
+    std::string text;
+    if (!readTextFile(path, &text)) return false;
+    std::istringstream in(text);
     std::string line;
     while (std::getline(in, line)) {
         const size_t hash = line.find('#');
@@ -344,9 +347,11 @@ int mapCommand(int argc, char **argv) {
             std::vector<char> t(o.title.size() * 2 + 8);
             std::snprintf(t.data(), t.size(), "%s", o.title.c_str());
             MkePSString(t.data(), static_cast<int32_t>(t.size()));
+            // The escaped title fits the line whole: a cut could split an escape.
+            const std::string safe = kestrel::psStringLiteral(t.data(), 200);
             char line[512];
-            std::snprintf(line, sizeof line, "/lorg 2 def %g SetMyFont 0 setgray (%.400s) %g %g showstring\n",
-                          static_cast<double>(fontSize * 1.4f), t.data(), static_cast<double>(tx),
+            std::snprintf(line, sizeof line, "/lorg 2 def %g SetMyFont 0 setgray (%s) %g %g showstring\n",
+                          static_cast<double>(fontSize * 1.4f), safe.c_str(), static_cast<double>(tx),
                           static_cast<double>(ty));
             psText(ps, line);
         }

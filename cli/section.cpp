@@ -17,11 +17,13 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "kestrel/kestrel.h"
 #include "kestrel/gif.h"
+#include "plot/pstext.h"
 
 namespace {
 
@@ -130,7 +132,9 @@ std::string psText(const std::string &s) {
     char text[300];
     std::snprintf(text, sizeof text, "%s", s.c_str());
     MkePSString(text, sizeof text);
-    return text;
+    // Column names come from the table: nothing in them may end the string.
+    // At most 200 bytes, so that the escaped text fits an output line whole.
+    return kestrel::psStringLiteral(text, 200);
 }
 
 // The PostScript twin of the screen axes: ticks, labels at the same steps
@@ -188,10 +192,30 @@ void postscriptAxes(KFILE ps, float x0, float y0, int32_t h, float size, const s
 
 }  // namespace
 
-bool readTable(const std::string &path, Table *t) {
+bool readTextFile(const std::string &path, std::string *text) {
     std::ifstream in(path, std::ios::binary);
+    if (!in) return false;
+    // No more than the file holds when opened: a device (/dev/zero) or a
+    // file that keeps growing reads as what it was, not forever.
+    in.seekg(0, std::ios::end);
+    const std::streamoff size = in.tellg();
+    in.seekg(0, std::ios::beg);
+    if (size <= 0 || !in) {
+        text->clear();
+        return static_cast<bool>(in);
+    }
+    text->resize(static_cast<size_t>(size));
+    in.read(&(*text)[0], size);
+    text->resize(static_cast<size_t>(in.gcount()));
+    return true;
+}
+
+bool readTable(const std::string &path, Table *t) {
+    std::string text;
+    if (!readTextFile(path, &text)) return false;
+    std::istringstream in(text);
     std::string line;
-    if (!in || !std::getline(in, line)) return false;
+    if (!std::getline(in, line)) return false;
     t->names = splitTabs(line);
     t->rows.clear();
     while (std::getline(in, line)) {

@@ -18,6 +18,9 @@ struct Table {
 // be read or has no header.
 bool readTable(const std::string &path, Table *table);
 
+// The whole of a file as it was when opened (false when it cannot be read).
+bool readTextFile(const std::string &path, std::string *text);
+
 struct SectionOptions {
     std::string data, x, y, value;
     std::string bottom;        // seafloor depth column; empty: found by name, "none": no seafloor

@@ -76,8 +76,9 @@ void kestrel::placeLabels(KContourLabel *labels, int32_t *labelCount, float leve
                           int32_t labelColour, int32_t labelSize, int32_t labelFill) {
     const int32_t n = nVp;
     if (!labels || !labelCount || n < 21 || labelFactor < 1 || n > 1500) return;
-    const int32_t m = (n / 250 + 1) * labelFactor;
-    const int32_t s = n / m;
+    // In 64 bits: a huge factor must neither wrap m to zero nor negative.
+    const int64_t m = static_cast<int64_t>(n / 250 + 1) * labelFactor;
+    const int64_t s = n / m;
     const double minLength = labelSize * static_cast<double>(VY.pixPerLength) * 0.03;
     const double min2 = minLength * minLength;
     const double px = VX.pixPerUser, py = VY.pixPerUser;
@@ -87,9 +88,12 @@ void kestrel::placeLabels(KContourLabel *labels, int32_t *labelCount, float leve
         return dx * dx + dy * dy;
     };
     const double xs = 1.0 / VX.userPerLength, ys = 1.0 / VY.userPerLength;
-    for (int32_t t = 0; t < m; ++t) {
+    for (int64_t t = 0; t < m; ++t) {
+        // A full table takes no more labels; drawing on would only spin
+        // (a factor near INT_MAX asks for billions).
+        if (*labelCount >= KESTREL_MAX_CONTOUR_LABELS) break;
         const int32_t r = labelRandom();
-        const double where = s * (r * static_cast<double>(3.0518509e-5f) + t);
+        const double where = static_cast<double>(s) * (r * static_cast<double>(3.0518509e-5f) + static_cast<double>(t));
         int32_t p = where >= 1.0 ? static_cast<int32_t>(std::fmin(where, 2.0e9)) : 0;
         if (p > n - 2) p = n - 2;
         int32_t low = p, high = p;

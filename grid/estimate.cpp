@@ -118,7 +118,7 @@ double estimateT(float x, float y, float fx, float fy, float *spread, float *mea
     *nUsed = 0;
     *spread = 1.0e10f;
     *meanSqDist = 1.0e10f;
-    const int32_t n = s.nPoints;
+    const int32_t n = oaPointCount(s);
     if (n < 1 || !s.xt || !s.yt || !s.val || !s.errInv || !s.err || !s.use) return 0.0;
     const float *xt = s.xt, *yt = s.yt, *val = s.val, *errInv = s.errInv, *err = s.err;
     const uint8_t *use = s.use;
@@ -212,7 +212,7 @@ KESTREL_API double KESTREL_CALL OAEstimateValue(float x, float y, float fx, floa
 KESTREL_API int32_t KESTREL_CALL OAObjectASetup(OASet *set, int32_t /*reserved*/, float *matrix, float *alpha,
                                                 float *sigma) {
     if (!set || !matrix || !alpha || !sigma) return 0;
-    const int32_t n = set->nPoints;
+    const int32_t n = oaPointCount(*set);
     if (n < 2 || n > OA_MAX_OBJECTIVE_POINTS || !set->xt || !set->yt || !set->val) return 0;
     const std::size_t cn = static_cast<std::size_t>(n);
     std::unique_ptr<float[]> r(new (std::nothrow) float[cn]);
@@ -268,7 +268,7 @@ KESTREL_API float KESTREL_CALL OAObjectAEstimateT(float x, float y, float fx, fl
     }
     // A set larger than the scratch cannot have been set up: only the
     // background is given, with the background error.
-    int32_t n = set->nPoints;
+    int32_t n = oaPointCount(*set);
     if (n > OA_MAX_OBJECTIVE_POINTS || n < 0 || !matrix || !alpha || !set->xt || !set->yt) n = 0;
     const float Lx = fx * set->xlenMax, Ly = fy * set->ylenMax;
     double a = 0.0;

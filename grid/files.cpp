@@ -12,6 +12,7 @@
 // Every reader bounds what it stores by what it allocated, and refuses
 // dimensions larger than the file could hold, so no file makes it write past
 // an array or allocate without limit.
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -66,6 +67,19 @@ int32_t countLines(const std::string &name) {
 
 float *allocFloats(std::size_t n) { return static_cast<float *>(std::calloc(n ? n : 1, sizeof(float))); }
 
+// Moves an axis array of oldN entries into fresh, which holds newN: the
+// entries both share are kept, new ones are NaN for the axes (set from the
+// untransformed line once it is read) and the last old value for the scale
+// lengths. The old array is freed and replaced.
+void resizeKept(float *&array, float *fresh, int32_t oldN, int32_t newN, bool isAxis) {
+    const int32_t keep = array && oldN > 0 ? (oldN < newN ? oldN : newN) : 0;
+    for (int32_t i = 0; i < keep; ++i) fresh[i] = array[i];
+    const float fill = isAxis ? std::nanf("") : keep > 0 ? array[keep - 1] : 1.0f;
+    for (int32_t i = keep; i < newN; ++i) fresh[i] = fill;
+    std::free(array);
+    array = fresh;
+}
+
 // A line of at most 199 characters with its line end (LF, and a CR before it)
 // removed. False at end of file.
 bool readLine(std::FILE *f, char *line) {
@@ -76,10 +90,14 @@ bool readLine(std::FILE *f, char *line) {
     return true;
 }
 
-// Two numbers "%f %f" from the next line.
-bool readPair(std::FILE *f, char *line, float *a, float *b) {
-    return readLine(f, line) && std::sscanf(line, "%f %f", a, b) == 2;
+// Two finite numbers "%f %f" of a grid line. "nan" and "inf" parse as
+// numbers but place no grid line: the axis searches need ordered, finite
+// lines, so such a line fails like one without two numbers.
+bool parsePair(const char *line, float *a, float *b) {
+    return std::sscanf(line, "%f %f", a, b) == 2 && std::isfinite(*a) && std::isfinite(*b);
 }
+
+bool readPair(std::FILE *f, char *line, float *a, float *b) { return readLine(f, line) && parsePair(line, a, b); }
 
 // Text of a layout line from column 11 on, blanks stripped, into a title.
 void layoutText(const char *line, char *title) {
@@ -187,7 +205,7 @@ KESTREL_API int32_t KESTREL_CALL OALoadGrid(const char *baseName, OASet *set) {
     } while (line[0] == '\0');
     for (int j = 0; j < ny; ++j) {
         if (j > 0 && !readLine(f.get(), line)) return 1;
-        if (std::sscanf(line, "%f %f", &a, &b) != 2) return 1;
+        if (!parsePair(line, &a, &b)) return 1;
         set->yg[j] = set->ygt[j] = a;
         set->ylen[j] = b;
     }
@@ -217,16 +235,42 @@ KESTREL_API int32_t KESTREL_CALL OALoadField(const char *baseName, OASet *set) {
     const int64_t nodes = static_cast<int64_t>(nx) * ny;
     if (nx == 0 || ny == 0 || bytes < 0 || nodes > bytes / 2) return 1;
     if (nx != set->nx || ny != set->ny || !set->xg || !set->yg) {
-        set->nx = nx;
-        set->ny = ny;
+        // Every array whose length follows nx or ny changes with them, or a
+        // later writer or estimator would index the old ones with the new
+        // counts. The transformed axes and scale lengths keep the values
+        // they had where those exist; new entries take the untransformed
+        // line and the last scale length.
+        float *axes[8] = {allocFloats(static_cast<std::size_t>(nx)), allocFloats(static_cast<std::size_t>(nx)),
+                          allocFloats(static_cast<std::size_t>(nx)), allocFloats(static_cast<std::size_t>(ny)),
+                          allocFloats(static_cast<std::size_t>(ny)), allocFloats(static_cast<std::size_t>(ny)),
+                          allocFloats(static_cast<std::size_t>(nodes)), nullptr};
+        bool ok = true;
+        for (int a = 0; a < 7; ++a) ok = ok && axes[a];
+        if (!ok) {
+            for (float *p : axes) std::free(p);
+            return 1;
+        }
+        resizeKept(set->xgt, axes[1], set->nx, nx, true);
+        resizeKept(set->xlen, axes[2], set->nx, nx, false);
+        resizeKept(set->ygt, axes[4], set->ny, ny, true);
+        resizeKept(set->ylen, axes[5], set->ny, ny, false);
+        for (int64_t i = 0; i < nodes; ++i) axes[6][i] = xmiss;
         oaFree(set->xg);
         oaFree(set->yg);
-        set->xg = allocFloats(static_cast<std::size_t>(nx));
-        set->yg = allocFloats(static_cast<std::size_t>(ny));
-        if (!set->xg || !set->yg) return 1;
+        oaFree(set->gridErrOut);
+        set->xg = axes[0];
+        set->yg = axes[3];
+        set->gridErrOut = axes[6];
+        set->nx = nx;
+        set->ny = ny;
     }
     for (int i = 0; i < nx; ++i) (void)std::fscanf(f.get(), "%f", &set->xg[i]);
     for (int j = 0; j < ny; ++j) (void)std::fscanf(f.get(), "%f", &set->yg[j]);
+    // Lines added by a larger field start out at their untransformed place.
+    for (int i = 0; i < nx; ++i)
+        if (set->xgt[i] != set->xgt[i]) set->xgt[i] = set->xg[i];
+    for (int j = 0; j < ny; ++j)
+        if (set->ygt[j] != set->ygt[j]) set->ygt[j] = set->yg[j];
     oaFree(set->gridEst);
     oaFree(set->gridErr);
     set->gridEst = allocFloats(static_cast<std::size_t>(nodes));

@@ -19,7 +19,7 @@ using namespace kestrel;
 extern "C" {
 
 KESTREL_API int32_t KESTREL_CALL OAMarkDataPos(KDC dc, KFILE psFile, OASet *set, float dotSize, int32_t colour) {
-    if (!set) return 0;
+    if (!set || oaPointCount(*set) < 0) return 0;
     const int32_t n = set->nPoints > 0 && set->x && set->y && set->use ? set->nPoints : 0;
     if (dc) {
         const std::size_t cn = static_cast<std::size_t>(n) + 1;

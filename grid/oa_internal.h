@@ -52,6 +52,15 @@ inline int32_t floorIndex(double v) {
     return truncIndex(std::floor(v));
 }
 
+// The number of points a routine may index: nPoints when it lies within
+// [0, capacity], otherwise -1 and the routine takes its failure path. The
+// host writes the counts of the record directly, so no array is indexed with
+// a count that has not passed through here.
+inline int32_t oaPointCount(const OASet &s) {
+    if (s.nPoints < 0 || s.nPoints > s.capacity) return -1;
+    return s.nPoints;
+}
+
 // Cell layout of OALoadSet: 40 x 40 cells in transformed coordinates whose
 // first grid line lies just inside the first cell whatever the direction of
 // the axis, and which span one cell more than the grid.

@@ -32,7 +32,7 @@ extern "C" {
 
 KESTREL_API int32_t KESTREL_CALL OARemoveOutliers(OASet *set, float threshold, float x0, float x1, float y0,
                                                   float y1) {
-    if (!set) return 0;
+    if (!set || oaPointCount(*set) < 0) return 0;
     const int32_t n = set->nPoints;
     int32_t step = n / 100;
     if (step < 20) step = 20;

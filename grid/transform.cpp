@@ -123,27 +123,34 @@ KESTREL_API double KESTREL_CALL OASetupAxisGrid(const float *coord, int32_t n, f
 KESTREL_API double KESTREL_CALL OATransformCoord(float c, int32_t m, const float *grid, const float *gridT,
                                                  const float *len, float ref) {
     if (m < 1 || !grid || !gridT || !len) return c;
+    // A coordinate that is not a number has no place on the axis; it stays
+    // NaN, which every cell test rejects.
+    if (c != c) return c;
     const double R = ref;
     const int32_t last = m - 1;
+    if (last == 0) return gridT[0] + (c - static_cast<double>(grid[0])) * R / len[0];
+    // The searches below assume a monotonic axis; a NaN or disordered line
+    // can leave them at either end, so the interval is clamped to the axis.
     if (grid[last] >= grid[0]) {
         if (c < grid[0]) return gridT[0] + (c - static_cast<double>(grid[0])) * R / len[0];
         if (c >= grid[last]) return gridT[last] + (c - static_cast<double>(grid[last])) * R / len[last];
         // First line at or above c (the lines ascend): found by bisection,
         // the same line a walk up from the first one would reach.
-        const int32_t k = static_cast<int32_t>(std::lower_bound(grid + 1, grid + last, c) - grid);
+        int32_t k = static_cast<int32_t>(std::lower_bound(grid + 1, grid + last, c) - grid);
+        k = std::min(std::max(k, 1), last);
         return interpolate(c, grid, gridT, k - 1, k);
     }
     if (c < grid[last]) return gridT[last] + (c - static_cast<double>(grid[last])) * R / len[last];
     if (c >= grid[0]) return gridT[0] + (c - static_cast<double>(grid[0])) * R / len[0];
     // Descending: the last line (walking down from m-2) still at or above c.
     const float *end = grid + last;  // lines 0 .. m-2
-    const int32_t k =
-        static_cast<int32_t>(std::partition_point(grid, end, [c](float g) { return g >= c; }) - grid) - 1;
+    int32_t k = static_cast<int32_t>(std::partition_point(grid, end, [c](float g) { return g >= c; }) - grid) - 1;
+    k = std::min(std::max(k, 0), last - 1);
     return interpolate(c, grid, gridT, k, k + 1);
 }
 
 KESTREL_API void KESTREL_CALL OAScaleTransformation(OASet *set) {
-    if (!set) return;
+    if (!set || oaPointCount(*set) < 0) return;
     StatusText status("Scale-Transforming ...");
     if (set->nx >= 1 && set->xg && set->xgt && set->xlen)
         transformAxis(set->nx, set->xg, set->xgt, set->xlen, &set->xlenMax, &set->xlenMaxInv);
@@ -159,12 +166,12 @@ KESTREL_API void KESTREL_CALL OAScaleTransformation(OASet *set) {
 }
 
 KESTREL_API int32_t KESTREL_CALL OAPackData(OASet *set) {
-    if (!set) return 0;
+    if (!set || set->nPoints > set->capacity) return 0;
     if (set->nPoints < 1) {
         set->nPoints = 0;
         return 0;
     }
-    if (!set->use || !set->val) return 0;
+    if (!set->use || !set->val || !set->x || !set->y || !set->err || !set->errInv) return 0;
     const int32_t n = set->nPoints;
     int32_t kept = 0;
     for (int32_t i = 0; i < n; ++i) {
@@ -182,9 +189,9 @@ KESTREL_API int32_t KESTREL_CALL OAPackData(OASet *set) {
 }
 
 KESTREL_API void KESTREL_CALL OASortDataPoints(OASet *set) {
-    if (!set) return;
+    if (!set || oaPointCount(*set) < 0) return;
     StatusText status("Sorting OA data ...");
-    const int32_t n = set->nPoints > 0 ? set->nPoints : 0;
+    const int32_t n = set->nPoints;
     const std::size_t cn = static_cast<std::size_t>(n) + 1;
     // Cell of every point (-1: outside), and the count per cell.
     std::unique_ptr<int16_t[]> cell(new (std::nothrow) int16_t[2 * cn]);

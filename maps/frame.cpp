@@ -158,8 +158,10 @@ void drawBand(KDC dc, float origin, float tick, bool alongX, bool reclip) {
     const double lo = std::fmin(a.umin, a.umax), hi = std::fmax(a.umin, a.umax);
     const double step = std::fabs(static_cast<double>(tick));
     if (step > 0 && (hi - lo) / step < 10000) {
-        long k = static_cast<long>(std::floor((lo - origin) / step));
-        for (;; ++k) {
+        long k = static_cast<long>(std::fmax(-1e15, std::fmin(1e15, std::floor((lo - origin) / step))));
+        // At most one more band than the range holds: a far origin can leave
+        // origin + k step standing still in double precision.
+        for (int bands = 0; bands < 10002; ++bands, ++k) {
             double ka = origin + k * step, kb = origin + (k + 1) * step;
             if (ka < lo) ka = lo;
             if (kb > hi) kb = hi;

@@ -13,6 +13,7 @@
 // projected, so records off the map cost only the scan; the file is read in
 // large blocks and a record's PostScript is formatted into one buffer and
 // written with one call, with no allocation per record.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -26,6 +27,7 @@
 #include "maps/map_internal.h"
 #include "maps/projections.h"
 #include "platform/platform.h"
+#include "plot/pstext.h"
 #include "plot/transform.h"
 
 using namespace kestrel;
@@ -37,7 +39,12 @@ constexpr int32_t kMaxRecordPoints = 1500;
 // Reads the file in blocks; records are taken from the block in place.
 class RecordReader {
 public:
-    explicit RecordReader(KFILE f) : f_(f), buf_(new (std::nothrow) unsigned char[kSize]) {}
+    // Reads no more than the file's size at the start: a device or a file
+    // that keeps growing (/dev/zero holds endless empty records) must end.
+    explicit RecordReader(KFILE f) : f_(f), buf_(new (std::nothrow) unsigned char[kSize]) {
+        const int64_t size = plat::fileSeek(f, 0, 2);
+        left_ = size > 0 && plat::fileSeek(f, 0, 0) == 0 ? static_cast<uint64_t>(size) : 0;
+    }
     ~RecordReader() { delete[] buf_; }
     RecordReader(const RecordReader &) = delete;
     RecordReader &operator=(const RecordReader &) = delete;
@@ -51,9 +58,12 @@ public:
         end_ -= pos_;
         pos_ = 0;
         while (end_ < bytes) {
-            const long k = plat::fileRead(f_, buf_ + end_, kSize - end_);
+            const size_t want = static_cast<size_t>(std::min<uint64_t>(kSize - end_, left_));
+            if (want == 0) return false;
+            const long k = plat::fileRead(f_, buf_ + end_, want);
             if (k <= 0) return false;
             end_ += static_cast<size_t>(k);
+            left_ -= static_cast<uint64_t>(k);
         }
         return true;
     }
@@ -78,6 +88,7 @@ private:
     KFILE f_;
     unsigned char *buf_;
     size_t pos_ = 0, end_ = 0;
+    uint64_t left_ = 0;  // bytes of the file not yet read
 };
 
 int32_t readInt32(const unsigned char *p) {
@@ -251,7 +262,7 @@ KESTREL_API int32_t KESTREL_CALL DrawWorld(KDC dc, KFILE psFile, const char *pat
     long result = 1;
     if (psFile) {
         char line[1200];
-        std::snprintf(line, sizeof line, "\n%%%%PS-OBJECT: CDT=%.1000s begin\n\n", path);
+        std::snprintf(line, sizeof line, "\n%%%%PS-OBJECT: CDT=%.1000s begin\n\n", psCommentText(path).c_str());
         plat::fileWriteText(psFile, line);
         writeTempUsrSys(psFile, u);
     }
@@ -280,7 +291,7 @@ KESTREL_API int32_t KESTREL_CALL DrawWorld(KDC dc, KFILE psFile, const char *pat
     if (psFile) {
         writeMapUsrSys(psFile, u, "");
         char line[1200];
-        std::snprintf(line, sizeof line, "\n%%%%PS-OBJECT: CDT=%.1000s end\n", path);
+        std::snprintf(line, sizeof line, "\n%%%%PS-OBJECT: CDT=%.1000s end\n", psCommentText(path).c_str());
         result = plat::fileWriteText(psFile, line);
     }
     return static_cast<int32_t>(result);

@@ -141,14 +141,20 @@ int setPolyFillMode(KDC dc, int mode);
 // FillRect of each of n rectangles with one brush, in one call (the same
 // picture as n calls of fillRect; one path on the canvas).
 bool fillRects(KDC dc, const Rect *rects, int n, KBRUSH brush);
-// Reads the picture of bitmap (the one selected into dc; on POSIX the canvas
-// itself, bitmap may be null) as width x height palette indices, top-down,
-// row after row, into out. On Windows the pixels come through GetDIBits in
-// palette-index mode against the palette selected into dc; on POSIX each
-// pixel becomes the first of the mCGS.paletteSize entries of Vcolor nearest
-// to its colour. Pixels outside the picture read as 0. False when the
+// Reads the part [left, right) x [top, bottom) of the picture of bitmap (the
+// one selected into dc; on POSIX the canvas itself, bitmap may be null),
+// which the host says is width x height pixels, as palette indices,
+// top-down, row after row, into out (part width x part height bytes). On
+// Windows the pixels come through GetDIBits in palette-index mode against
+// the palette selected into dc; on POSIX each pixel becomes the first of the
+// mCGS.paletteSize entries of Vcolor nearest to its colour. Pixels outside
+// the picture read as 0. No more than the part and the real bitmap is ever
+// allocated, whatever the host's width and height say. False when the
 // picture cannot be read (out is then all 0).
-bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, uint8_t *out);
+bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, const Rect &part, uint8_t *out);
+// The real size of the bitmap (selected into dc when bitmap is null); false
+// when there is none.
+bool bitmapSize(KDC dc, KBITMAP bitmap, int *width, int *height);
 
 // Paths.
 bool beginPath(KDC dc);

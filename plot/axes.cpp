@@ -20,6 +20,7 @@
 #include "kestrel/util.h"
 #include "platform/platform.h"
 #include "plot/axes.h"
+#include "plot/pstext.h"
 #include "plot/transform.h"
 
 using namespace kestrel;
@@ -110,12 +111,22 @@ float labelValue(int32_t k, float step, float origin) {
     return v;
 }
 
+// True when the index range k0..k1 holds more positions than the axis has
+// pixels, twice over: a zero, tiny or NaN step would otherwise walk billions
+// of ticks or labels that all land on the same few pixels. Such an axis gets
+// none of them (its line and titles are still drawn).
+bool tooDense(int32_t k0, int32_t k1, const KAxis &a) {
+    const int64_t span = std::llabs(static_cast<int64_t>(a.highPix) - a.lowPix) + 4;
+    return static_cast<int64_t>(k1) - k0 > 2 * span;
+}
+
 // Minor ticks of an axis: positions k * tick + origin over the user range.
 template <class Draw>
 void minorTicks(const KAxis &a, float origin, float tick, Draw &&draw) {
     int32_t k0 = truncIndex((a.umin - static_cast<double>(origin)) / tick);
     int32_t k1 = truncIndex((a.umax - static_cast<double>(origin)) / tick);
     if (k0 > k1) std::swap(k0, k1);
+    if (tooDense(k0, k1, a)) return;
     for (int32_t k = k0; k <= k1; ++k) {
         const int32_t p = axisPixel(a, static_cast<float>(k * static_cast<double>(tick) + origin));
         if (nearViewport(p, a)) draw(p);
@@ -162,6 +173,7 @@ KESTREL_API void KESTREL_CALL XAxisLabels(KDC dc, float y, float origin, float t
     int32_t first = 0, last = 0;
     float labelStep = step;
     SetAxisAnnotationPos(&first, &last, &labelStep, origin, VX.umin, VX.umax, VX.vpLength);
+    if (tooDense(first, last, VX)) last = first - 1;
     {
         if (map && gMapAxisStyle.xFrame) {
             gMapAxisStyle.xFrame(dc, 0, origin, tick);
@@ -171,7 +183,7 @@ KESTREL_API void KESTREL_CALL XAxisLabels(KDC dc, float y, float origin, float t
             minorTicks(VX, origin, tick, [&](int32_t p) { pen.line(p, row, p, tickEnd); });
             pen.line(VX.lowPix, row, VX.highPix, row);
         }
-        const int32_t w = static_cast<int32_t>(VX.pixPerLength * 0.015);
+        const int32_t w = std::min(truncPixel(VX.pixPerLength * 0.015), 1000);
         for (int32_t k = first; k <= last; ++k) {
             const int32_t p = xPixel(labelValue(k, labelStep, origin));
             if (!nearViewport(p, VX)) continue;
@@ -215,6 +227,7 @@ KESTREL_API float KESTREL_CALL YAxisLabels(KDC dc, float x, float origin, float 
     int32_t first = 0, last = 0;
     float labelStep = step;
     SetAxisAnnotationPos(&first, &last, &labelStep, origin, VY.umin, VY.umax, VY.vpLength);
+    if (tooDense(first, last, VY)) last = first - 1;
     {
         if (map && gMapAxisStyle.yFrame) gMapAxisStyle.yFrame(dc, 0, origin, tick);
         AxisPen pen(dc, "YAxisLabels");
@@ -222,7 +235,7 @@ KESTREL_API float KESTREL_CALL YAxisLabels(KDC dc, float x, float origin, float 
             minorTicks(VY, origin, tick, [&](int32_t p) { pen.line(col, p, tickEnd, p); });
             pen.line(col, VY.lowPix, col, VY.highPix);
         }
-        const int32_t w = static_cast<int32_t>(VY.pixPerLength * 0.015);
+        const int32_t w = std::min(truncPixel(VY.pixPerLength * 0.015), 1000);
         for (int32_t k = first; k <= last; ++k) {
             const int32_t p = yPixel(labelValue(k, labelStep, origin));
             if (!nearViewport(p, VY)) continue;
@@ -298,7 +311,7 @@ KESTREL_API void KESTREL_CALL DrawColorBar(KDC dc, KFILE ps, const char *title, 
         SetLorgVal(dc, 8);
         SetDoFill(dc, 0);
         ClipVWP(dc, 0);
-        const int32_t bw = static_cast<int32_t>(VX.pixPerUser * b);
+        const int32_t bw = truncPixel(static_cast<long double>(VX.pixPerUser) * b);
         const int32_t left = VX.highPix + bw, right = VX.highPix + 2 * bw;
         const double p = static_cast<double>(dely) * VY.pixPerUser;
         const int32_t tp = static_cast<int32_t>(p), t3 = static_cast<int32_t>(3 * p);
@@ -363,8 +376,8 @@ KESTREL_API void KESTREL_CALL DrawColorBar(KDC dc, KFILE ps, const char *title, 
             std::snprintf(line, sizeof line, "\n/lorg 6 def %g SetMyFont 0 setgray\n",
                           static_cast<double>(1.15f * labelSize));
             out += line;
-            std::snprintf(line, sizeof line, "(%.400s) %g %g showstring\n", title, static_cast<double>(titleX),
-                          static_cast<double>(titleY));
+            std::snprintf(line, sizeof line, "(%s) %g %g showstring\n", psStringLiteral(title, 200).c_str(),
+                          static_cast<double>(titleX), static_cast<double>(titleY));
             out += line;
         }
         out += "grestore /lorg 0 def\n%%PS-OBJECT: ColorBar end\n\n";

@@ -421,6 +421,13 @@ KESTREL_API int32_t KESTREL_CALL BMPtoGIF(KDC hdc, KBITMAP bitmap, int32_t *rect
     rect[1] = std::max(rect[1], 0);
     rect[2] = static_cast<int32_t>(std::min<int64_t>(rect[2], int64_t{Vbmp_size_cx} - 1));
     rect[3] = static_cast<int32_t>(std::min<int64_t>(rect[3], int64_t{Vbmp_size_cy} - 1));
+    // Nor beyond the bitmap that really exists: the host's size may claim
+    // more, and the export must not allocate for pixels nobody drew.
+    int realW = 0, realH = 0;
+    if (plat::bitmapSize(hdc, bitmap, &realW, &realH)) {
+        rect[2] = std::min(rect[2], realW - 1);
+        rect[3] = std::min(rect[3], realH - 1);
+    }
     const int64_t width = int64_t{rect[2]} - rect[0] + 1, height = int64_t{rect[3]} - rect[1] + 1;
     if (width < 1 || height < 1 || width > 65535 || height > 65535)
         return fail("The GIF rectangle is empty or too large!");
@@ -428,20 +435,19 @@ KESTREL_API int32_t KESTREL_CALL BMPtoGIF(KDC hdc, KBITMAP bitmap, int32_t *rect
     KFILE file = fileName ? plat::fileOpenAlways(fileName) : nullptr;
     if (!file) return fail("Could not create GIF file!");
 
-    // The whole picture, as palette indices.
-    const size_t bw = static_cast<size_t>(Vbmp_size_cx), bh = static_cast<size_t>(Vbmp_size_cy);
-    std::unique_ptr<uint8_t[]> pixels;
-    if (bh <= SIZE_MAX / bw) pixels.reset(new (std::nothrow) uint8_t[bw * bh]);
+    // The rectangle of the picture, as palette indices.
+    const size_t bw = static_cast<size_t>(width), bh = static_cast<size_t>(height);
+    std::unique_ptr<uint8_t[]> pixels(new (std::nothrow) uint8_t[bw * bh]);
     if (!pixels) {
         plat::fileClose(file);
         return fail("Could not allocate memory for the bitmap!");
     }
-    if (!plat::bitmapPaletteIndices(hdc, bitmap, Vbmp_size_cx, Vbmp_size_cy, pixels.get())) {
+    const plat::Rect part{rect[0], rect[1], rect[2] + 1, rect[3] + 1};
+    if (!plat::bitmapPaletteIndices(hdc, bitmap, Vbmp_size_cx, Vbmp_size_cy, part, pixels.get())) {
         plat::fileClose(file);
         return fail("Could not read the bitmap!");
     }
-    const uint8_t *origin = pixels.get() + static_cast<size_t>(rect[1]) * bw + static_cast<size_t>(rect[0]);
-    if (!gif::writeIndexedImage(file, origin, bw, static_cast<uint16_t>(width), static_cast<uint16_t>(height))) {
+    if (!gif::writeIndexedImage(file, pixels.get(), bw, static_cast<uint16_t>(width), static_cast<uint16_t>(height))) {
         plat::fileClose(file);
         return fail("Could not allocate memory for prefix table!");
     }

@@ -246,8 +246,8 @@ KESTREL_API void KESTREL_CALL CopyRectPix(int32_t *rect, float *xScale, float *y
 
 KESTREL_API void KESTREL_CALL ODADrawColorRect(KDC dc, const int32_t *rect, int32_t index, int32_t selected) {
     if (!dc || !rect || index < 0 || index >= mCGS.paletteSize || index > 255) return;
-    const int32_t l = rect[0], t = rect[1], r = rect[2], b = rect[3];
-    if (r - l < 5 || b - t < 5) return;  // no room for a swatch inside its frame
+    const int32_t l = clampPixel(rect[0]), t = clampPixel(rect[1]), r = clampPixel(rect[2]), b = clampPixel(rect[3]);
+    if (int64_t{r} - l < 5 || int64_t{b} - t < 5) return;  // no room for a swatch inside its frame
     const KCOLORREF swatch = mCGS.colorMode == 1 ? plat::rgb(Vcolor[index][0], Vcolor[index][1], Vcolor[index][2])
                                                  : VCR[index];
     KPALETTE previous = ActivateMyPalette(dc);

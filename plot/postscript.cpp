@@ -6,9 +6,12 @@
 // preamble file the host names, which PSOpenFile copies into the output.
 // Every text is written with one plain write per line; write results are
 // not checked.
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
+
+#include "plot/pstext.h"
 
 #include "kestrel/frame.h"
 #include "kestrel/postscript.h"
@@ -65,6 +68,45 @@ private:
 };
 
 }  // namespace
+
+namespace kestrel {
+
+std::string psStringLiteral(const char *text, std::size_t maxIn) {
+    std::string out;
+    if (!text) return out;
+    std::size_t n = 0;
+    while (n < maxIn && text[n]) ++n;
+    out.reserve(n + 8);
+    auto control = [](unsigned char ch) { return ch < 0x20 || ch == 0x7F; };
+    for (std::size_t i = 0; i < n; ++i) {
+        const unsigned char ch = static_cast<unsigned char>(text[i]);
+        if (ch == '\\') {
+            if (i + 1 < n && !control(static_cast<unsigned char>(text[i + 1]))) {
+                out += text[i];
+                out += text[++i];
+            } else {
+                out += "\\\\";
+            }
+        } else if (ch == '(' || ch == ')') {
+            out += '\\';
+            out += static_cast<char>(ch);
+        } else {
+            out += control(ch) ? ' ' : static_cast<char>(ch);
+        }
+    }
+    return out;
+}
+
+std::string psCommentText(const char *text, std::size_t maxIn) {
+    std::string out;
+    for (std::size_t i = 0; text && i < maxIn && text[i]; ++i) {
+        const unsigned char ch = static_cast<unsigned char>(text[i]);
+        out += ch < 0x20 || ch == 0x7F ? ' ' : static_cast<char>(ch);
+    }
+    return out;
+}
+
+}  // namespace kestrel
 
 extern "C" {
 
@@ -123,11 +165,20 @@ KESTREL_API int32_t KESTREL_CALL PSDumpScreen(KDC dc, const char *preambleFileNa
     PSUsrSys(file, "", 0.0f, w, w * s, 1.0f, h, 0.0f, h * s, 1.0f);
     {
         RowBuffer out(file);
-        for (int32_t y = 0; y <= Vbmp_size_cy; ++y) {
+        // Rows and columns up to the host's size, inclusive, but not past
+        // the one beyond the real bitmap: a size that claims more than
+        // exists must not turn into billions of empty pixels.
+        int64_t lastX = Vbmp_size_cx, lastY = Vbmp_size_cy;
+        int realW = 0, realH = 0;
+        if (plat::bitmapSize(dc, nullptr, &realW, &realH)) {
+            lastX = std::min<int64_t>(lastX, realW);
+            lastY = std::min<int64_t>(lastY, realH);
+        }
+        for (int64_t y = 0; y <= lastY; ++y) {
             int32_t count = 0;
             KCOLORREF colour = 0;
-            for (int32_t x = 0; x <= Vbmp_size_cx; ++x) {
-                const KCOLORREF c = plat::getPixel(dc, x, y);
+            for (int64_t x = 0; x <= lastX; ++x) {
+                const KCOLORREF c = plat::getPixel(dc, static_cast<int>(x), static_cast<int>(y));
                 if (c == colour) {
                     ++count;
                 } else {

@@ -14,14 +14,21 @@
 
 namespace kestrel {
 
-// Truncation toward zero into the int32 range (a value beyond it saturates
-// instead of being undefined).
+// Truncation toward zero, saturating at +-2^30 pixels (NaN gives 0). A
+// coordinate far off the device lands far off it still, yet leaves room for
+// the pixel arithmetic that follows (a cell's right edge plus one, a pen's
+// half width, a symbol's size) without overflowing int32. No device comes
+// near 2^30 pixels.
+constexpr int32_t kPixelLimit = 1 << 30;
 inline int32_t truncPixel(long double v) {
     if (!(v == v)) return 0;
-    if (v >= 2147483647.0L) return std::numeric_limits<int32_t>::max();
-    if (v <= -2147483648.0L) return std::numeric_limits<int32_t>::min();
+    if (v >= static_cast<long double>(kPixelLimit)) return kPixelLimit;
+    if (v <= -static_cast<long double>(kPixelLimit)) return -kPixelLimit;
     return static_cast<int32_t>(v);
 }
+
+// A pixel coordinate from the host, limited the same way.
+inline int32_t clampPixel(int64_t v) { return v > kPixelLimit ? kPixelLimit : v < -kPixelLimit ? -kPixelLimit : static_cast<int32_t>(v); }
 
 inline int32_t axisPixel(const KAxis &a, float u) {
     return truncPixel((static_cast<long double>(u) - a.umin) * a.pixPerUser + a.lowPix);

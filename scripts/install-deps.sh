@@ -16,6 +16,8 @@ packages=(
   gmt-common
   # coastlines: GMT with the low-resolution GSHHG shorelines, for the converter and its check
   gmt gmt-gshhg-low python3-numpy
+  # libFuzzer targets (the fuzz preset): clang with its sanitizer and fuzzer runtimes
+  clang libclang-rt-14-dev
   # the Windows DLLs and their tests
   g++-mingw-w64-x86-64 g++-mingw-w64-i686 binutils-mingw-w64 wine wine64
 )

@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
 # README command 2: set up, build and run every test.
 #   native (dev preset, warnings as errors), sanitizers (asan preset),
-#   Windows x86_64 under Wine (mingw64), Windows i686 build and export check (mingw32).
-# Usage: scripts/test-all.sh [preset ...]   (default: all four)
+#   every fuzz target built with libFuzzer and run briefly, its corpus and
+#   regressions replayed (fuzz), Windows x86_64 under Wine (mingw64),
+#   Windows i686 build and export check (mingw32).
+# Usage: scripts/test-all.sh [preset ...]   (default: all five)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 
 presets=("$@")
-if [ ${#presets[@]} -eq 0 ]; then presets=(dev asan mingw64 mingw32); fi
+if [ ${#presets[@]} -eq 0 ]; then presets=(dev asan fuzz mingw64 mingw32); fi
 jobs=$(nproc 2>/dev/null || echo 2)
 
 if [[ " ${presets[*]} " == *" mingw"* ]]; then

@@ -1,9 +1,37 @@
 // Text-file utilities, built on the standard buffered file functions.
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <deque>
+#include <string>
+#include <utility>
 
 #include "kestrel/util.h"
 #include "platform/platform.h"
+
+namespace {
+
+// The streams LinesInFile leaves open: the host has always relied on the
+// routine not releasing the file. One per name, the oldest released beyond
+// kHeldLimit, so that the rest of the library always finds descriptors.
+constexpr std::size_t kHeldLimit = 64;
+std::deque<std::pair<std::string, std::FILE *>> g_held;
+
+void holdOpen(const char *name, std::FILE *f) {
+    for (auto &h : g_held)
+        if (h.first == name) {
+            std::fclose(h.second);
+            h.second = f;
+            return;
+        }
+    if (g_held.size() >= kHeldLimit) {
+        std::fclose(g_held.front().second);
+        g_held.pop_front();
+    }
+    g_held.emplace_back(name, f);
+}
+
+}  // namespace
 
 extern "C" {
 
@@ -14,9 +42,8 @@ KESTREL_API int32_t KESTREL_CALL LinesInFile(const char *fileName) {
     char chunk[200];
     int32_t lines = 0;
     while (std::fgets(chunk, 200, f))
-        if (std::strchr(chunk, '\n')) ++lines;
-    // The stream is deliberately left open for the life of the process: the
-    // host has always relied on this routine not releasing the file.
+        if (std::strchr(chunk, '\n') && lines < INT32_MAX) ++lines;
+    holdOpen(fileName, f);
     return lines;
 }
 

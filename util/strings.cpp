@@ -160,15 +160,15 @@ KESTREL_API int32_t KESTREL_CALL BreakLine(char *line, const char *sep, char **f
 
 KESTREL_API void KESTREL_CALL dcmpnam(const char *path, char *dir, char *name) {
     PathParts p = splitPath(path);
-    if (dir) std::sprintf(dir, "%s%s", p.drive.c_str(), p.dir.c_str());
-    if (name) std::sprintf(name, "%s%s", p.name.c_str(), p.ext.c_str());
+    if (dir) std::snprintf(dir, KESTREL_MAX_PATH, "%s%s", p.drive.c_str(), p.dir.c_str());
+    if (name) std::snprintf(name, KESTREL_MAX_PATH, "%s%s", p.name.c_str(), p.ext.c_str());
 }
 
 KESTREL_API char *KESTREL_CALL ExtractRHS(char *out, const char *line) {
     if (!out) return nullptr;
     out[0] = '\0';
     if (line) {
-        if (const char *eq = std::strchr(line, '=')) std::strcpy(out, eq + 1);
+        if (const char *eq = std::strchr(line, '=')) std::snprintf(out, KESTREL_MAX_PATH, "%s", eq + 1);
     }
     return rmNL(out);
 }
@@ -182,14 +182,15 @@ KESTREL_API int32_t KESTREL_CALL SetStrRandom(char *out) {
     return 0;
 }
 
+// Indices run in 64 bits: last = INT32_MAX must end the loop, not wrap it.
 KESTREL_API void KESTREL_CALL initf1(float *a, int32_t first, int32_t last, float value) {
-    if (!a) return;
-    for (int32_t i = first; i <= last; ++i) a[i] = value;
+    if (!a || first < 0) return;
+    for (int64_t i = first; i <= last; ++i) a[i] = value;
 }
 
 KESTREL_API void KESTREL_CALL inits1(int16_t *a, int32_t first, int32_t last, int16_t value) {
-    if (!a) return;
-    for (int32_t i = first; i <= last; ++i) a[i] = value;
+    if (!a || first < 0) return;
+    for (int64_t i = first; i <= last; ++i) a[i] = value;
 }
 
 }  // extern "C"

@@ -15,7 +15,12 @@ KESTREL_EXTERN_C_BEGIN
 
 /* Number of line feeds in the file, read in 199-character chunks (a longer
  * line counts once, a last line without a line feed not at all); 0 when the
- * file can't be opened. */
+ * file can't be opened.
+ * The file is deliberately left open afterwards, as hosts have always had it
+ * (on Windows an open file cannot be deleted or replaced). So that this
+ * cannot use up the process's descriptors, one stream is kept per file name,
+ * and at most 64 in all: the 65th file held releases the oldest one. The
+ * library's own readers never call this routine. */
 KESTREL_API int32_t KESTREL_CALL LinesInFile(const char *fileName);
 
 /* 1 when the file opens for reading, else 0. */
@@ -55,18 +60,24 @@ KESTREL_API int32_t KESTREL_CALL BreakLine(char *line, const char *sep, char **f
 /* Line ends of a file: 1 CR LF, 2 LF, 3 CR, -1 none or unreadable. */
 KESTREL_API int32_t KESTREL_CALL GetEOLFileFormat(const char *fileName);
 
+/* The length of the out buffers of dcmpnam and ExtractRHS, the host's path
+ * buffer size: they write at most this many bytes, the terminating NUL
+ * included, and cut longer results. */
+#define KESTREL_MAX_PATH 260
+
 /* Splits path into dir (drive and directory) and name (file and extension).
- * dir and name must each hold as much as path. */
+ * dir and name must each hold KESTREL_MAX_PATH bytes. */
 KESTREL_API void KESTREL_CALL dcmpnam(const char *path, char *dir, char *name);
 
 /* out = everything after the first "=" of line, cut at its line feed; out
- * must hold as much as line. Returns as rmNL on out. */
+ * must hold KESTREL_MAX_PATH bytes. Returns as rmNL on out. */
 KESTREL_API char *KESTREL_CALL ExtractRHS(char *out, const char *line);
 
 /* Writes a time-seeded random number as text into out (12 bytes suffice). */
 KESTREL_API int32_t KESTREL_CALL SetStrRandom(char *out);
 
-/* Set elements first..last (inclusive) to value. */
+/* Set elements first..last (inclusive) to value; the array must hold
+ * last + 1 elements. A negative first index writes nothing. */
 KESTREL_API void KESTREL_CALL initf1(float *a, int32_t first, int32_t last, float value);
 KESTREL_API void KESTREL_CALL inits1(int16_t *a, int32_t first, int32_t last, int16_t value);
 

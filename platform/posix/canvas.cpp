@@ -20,6 +20,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "kestrel/canvas.h"
@@ -51,6 +52,9 @@ struct Object {
     std::string face;
     // palette
     std::vector<kestrel::plat::PaletteEntry> entries;
+    // lifetime
+    int selected = 0;     // canvases that hold it
+    bool doomed = false;  // deleted while selected: goes when released
 };
 
 Object g_stock[9] = {
@@ -66,7 +70,49 @@ Object g_systemFont = [] {
 }();
 Object g_defaultPalette{Kind::Palette, 0};
 
-Object *obj(GdiObj h) { return static_cast<Object *>(h); }
+// Handles are checked the way GDI checks them: a canvas or object that was
+// destroyed (or never created) is not a handle, and every call given one
+// fails as for a null handle instead of touching freed memory. A host may
+// keep a handle in a global after destroying it; so may the library
+// (VCFontHDC names the canvas that holds the library font).
+std::unordered_set<const KCanvas *> g_liveCanvases;
+std::unordered_set<const Object *> g_liveObjects;
+
+KCanvas *live(KDC c) { return c && g_liveCanvases.count(c) ? c : nullptr; }
+
+// Coordinates within +-2^29 (GDI keeps them within 2^27), so that the canvas's own
+// arithmetic on them (a width, the last pixel of a rectangle) cannot
+// overflow whatever the host passes.
+inline int clampCoord(int v) {
+    constexpr int kLimit = 1 << 29;
+    return v > kLimit ? kLimit : v < -kLimit ? -kLimit : v;
+}
+
+Object *obj(GdiObj h) {
+    Object *o = static_cast<Object *>(h);
+    if (!o) return nullptr;
+    if (o >= g_stock && o < g_stock + 9) return o;
+    if (o == &g_systemFont || o == &g_defaultPalette) return o;
+    return g_liveObjects.count(o) ? o : nullptr;
+}
+
+Object *track(Object *o) {
+    g_liveObjects.insert(o);
+    return o;
+}
+
+// An object selected into a canvas is released when the last canvas lets
+// go of it, as GDI defers the deletion of a selected object.
+void hold(Object *o) {
+    if (o && !o->stock) ++o->selected;
+}
+void letGo(Object *o) {
+    if (!o || o->stock) return;
+    if (--o->selected <= 0 && o->doomed) {
+        g_liveObjects.erase(o);
+        delete o;
+    }
+}
 
 }  // namespace
 
@@ -380,6 +426,10 @@ double applyFont(KCanvas *c) {
         const double cell = (unit.ascent + unit.descent) / 100.0;
         em = f->height / (cell > 0.5 && cell < 3.0 ? cell : 1.149);
     }
+    // Cairo mishandles absurd sizes (a font of 2^30 pixels leaks inside it):
+    // no text is ever taller than a few canvases.
+    if (!(em >= 0.1)) em = 0.1;
+    if (em > 20000.0) em = 20000.0;
     cairo_set_font_size(cr, em);
     cairo_font_options_t *opt = cairo_font_options_create();
     cairo_font_options_set_antialias(opt, CAIRO_ANTIALIAS_GRAY);
@@ -404,6 +454,7 @@ KESTREL_API KDC KESTREL_CALL KCanvasCreate(int32_t width, int32_t height) {
         return nullptr;
     }
     auto *c = new KCanvas;
+    g_liveCanvases.insert(c);
     c->surface = s;
     c->cr = cairo_create(s);
     c->w = width;
@@ -415,19 +466,27 @@ KESTREL_API KDC KESTREL_CALL KCanvasCreate(int32_t width, int32_t height) {
 }
 
 KESTREL_API void KESTREL_CALL KCanvasDestroy(KDC c) {
+    c = live(c);
     if (!c) return;
+    g_liveCanvases.erase(c);
+    letGo(c->pen);
+    letGo(c->brush);
+    letGo(c->font);
+    letGo(c->palette);
     cairo_destroy(c->cr);
     cairo_surface_destroy(c->surface);
     delete c;
 }
 
 KESTREL_API int32_t KESTREL_CALL KCanvasSavePNG(KDC c, const char *fileName) {
+    c = live(c);
     if (!c || !fileName) return 0;
     cairo_surface_flush(c->surface);
     return cairo_surface_write_to_png(c->surface, fileName) == CAIRO_STATUS_SUCCESS ? 1 : 0;
 }
 
 KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
+    c = live(c);
     if (!c || x < 0 || y < 0 || x >= c->w || y >= c->h) return 0xFFFFFFFFu;
     cairo_surface_flush(c->surface);
     const unsigned char *data = cairo_image_surface_get_data(c->surface);
@@ -439,19 +498,27 @@ KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
 }
 
 KESTREL_API void KESTREL_CALL KCanvasSelectBrush(KDC c, KCOLORREF colour) {
+    c = live(c);
     if (!c) return;
     kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, kestrel::plat::createSolidBrush(colour));
     kestrel::plat::deleteObject(old);  // stock objects are never deleted
 }
 
 KESTREL_API void KESTREL_CALL KCanvasSelectPen(KDC c, int32_t style, int32_t width, KCOLORREF colour) {
+    c = live(c);
     if (!c) return;
     kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, kestrel::plat::createPen(style, width, colour));
     kestrel::plat::deleteObject(old);
 }
 
-KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC c) { return c ? c->w : 0; }
-KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC c) { return c ? c->h : 0; }
+KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC c) {
+    c = live(c);
+    return c ? c->w : 0;
+}
+KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC c) {
+    c = live(c);
+    return c ? c->h : 0;
+}
 
 }  // extern "C"
 
@@ -466,8 +533,20 @@ GdiObj getStockObject(int which) {
 }
 
 GdiObj selectObject(KDC c, GdiObj h) {
-    if (!c || !h) return nullptr;
+    c = live(c);
     Object *o = obj(h), *old = nullptr;
+    if (!o) return nullptr;
+    if (!c) {
+        // Nothing can hold a fresh object that missed its canvas (the
+        // library's routines create and select in one step, and find it again
+        // only through the selection): release it rather than lose it. A
+        // later delete of the handle fails harmlessly.
+        if (!o->stock && o->selected == 0) {
+            g_liveObjects.erase(o);
+            delete o;
+        }
+        return nullptr;
+    }
     switch (o->kind) {
     case Kind::Pen:
         old = c->pen;
@@ -484,18 +563,26 @@ GdiObj selectObject(KDC c, GdiObj h) {
         break;
     case Kind::Palette: return nullptr;  // palettes go through selectPalette
     }
+    hold(o);
+    letGo(old);
     return old;
 }
 
 bool deleteObject(GdiObj h) {
-    if (!h) return false;
     Object *o = obj(h);
-    if (!o->stock) delete o;
+    if (!o) return false;
+    if (o->stock) return true;
+    if (o->selected > 0) {
+        o->doomed = true;
+        return true;
+    }
+    g_liveObjects.erase(o);
+    delete o;
     return true;
 }
 
 KPEN createPen(int style, int width, KCOLORREF colour) {
-    auto *o = new Object(Kind::Pen);
+    auto *o = track(new Object(Kind::Pen));
     o->style = style;
     o->width = width < 1 ? 1 : width;
     o->colour = colour;
@@ -504,14 +591,14 @@ KPEN createPen(int style, int width, KCOLORREF colour) {
 }
 
 KBRUSH createSolidBrush(KCOLORREF colour) {
-    auto *o = new Object(Kind::Brush);
+    auto *o = track(new Object(Kind::Brush));
     o->colour = colour;
     return reinterpret_cast<KBRUSH>(o);
 }
 
 KFONT createFont(int height, int, int escapement, int, int weight, bool italic, bool underline, bool strikeOut,
                  const char *face) {
-    auto *o = new Object(Kind::Font);
+    auto *o = track(new Object(Kind::Font));
     o->height = height;
     o->escapement = escapement;
     o->weight = weight;
@@ -523,6 +610,7 @@ KFONT createFont(int height, int, int escapement, int, int weight, bool italic, 
 }
 
 int getDeviceCaps(KDC c, int index) {
+    c = live(c);
     if (!c) return 0;
     switch (index) {
     case CapHorzSize: return static_cast<int>(std::lround(c->w * 25.4 / 96.0));
@@ -551,21 +639,29 @@ int getSystemMetrics(int index) {
 
 KPALETTE createPalette(const PaletteEntry *entries, int count) {
     if (count < 1 || count > 65536 || !entries) return nullptr;
-    auto *o = new Object(Kind::Palette);
+    auto *o = track(new Object(Kind::Palette));
     o->entries.assign(entries, entries + count);
     return reinterpret_cast<KPALETTE>(o);
 }
 
 KPALETTE selectPalette(KDC c, KPALETTE pal, bool) {
-    if (!c || !pal) return nullptr;
+    c = live(c);
+    Object *p = obj(reinterpret_cast<GdiObj>(pal));
+    if (!c || !p || p->kind != Kind::Palette) return nullptr;
     Object *old = c->palette;
-    c->palette = reinterpret_cast<Object *>(pal);
+    c->palette = p;
+    hold(p);
+    letGo(old);
     return reinterpret_cast<KPALETTE>(old);
 }
 
-unsigned realizePalette(KDC c) { return c ? static_cast<unsigned>(c->palette->entries.size()) : 0; }
+unsigned realizePalette(KDC c) {
+    c = live(c);
+    return c ? static_cast<unsigned>(c->palette->entries.size()) : 0;
+}
 
 bool moveTo(KDC c, int x, int y) {
+    c = live(c);
     if (!c) return false;
     if (c->recording) {
         c->figures.push_back({KPoint32{x, y}});
@@ -577,6 +673,7 @@ bool moveTo(KDC c, int x, int y) {
 }
 
 bool lineTo(KDC c, int x, int y) {
+    c = live(c);
     if (!c) return false;
     if (c->recording) {
         if (c->figures.empty()) {
@@ -594,6 +691,7 @@ bool lineTo(KDC c, int x, int y) {
 }
 
 bool polyline(KDC c, const KPoint32 *pts, int n) {
+    c = live(c);
     if (!c || !pts || n < 2) return false;
     if (c->recording) {
         c->figures.emplace_back(pts, pts + n);
@@ -605,6 +703,7 @@ bool polyline(KDC c, const KPoint32 *pts, int n) {
 }
 
 bool polygon(KDC c, const KPoint32 *pts, int n) {
+    c = live(c);
     if (!c || !pts || n < 2) return false;
     if (c->recording) {
         c->figures.emplace_back(pts, pts + n);
@@ -617,7 +716,12 @@ bool polygon(KDC c, const KPoint32 *pts, int n) {
 }
 
 bool rectangle(KDC c, int l, int t, int r, int b) {
+    c = live(c);
     if (!c) return false;
+    l = clampCoord(l);
+    t = clampCoord(t);
+    r = clampCoord(r);
+    b = clampCoord(b);
     if (r < l) std::swap(l, r);
     if (b < t) std::swap(t, b);
     if (c->recording) {
@@ -638,7 +742,12 @@ bool rectangle(KDC c, int l, int t, int r, int b) {
 }
 
 bool ellipse(KDC c, int l, int t, int r, int b) {
+    c = live(c);
     if (!c) return false;
+    l = clampCoord(l);
+    t = clampCoord(t);
+    r = clampCoord(r);
+    b = clampCoord(b);
     double cx = (l + r) / 2.0, cy = (t + b) / 2.0, rx = (r - l) / 2.0, ry = (b - t) / 2.0;
     if (rx <= 0 || ry <= 0) return false;
     cairo_t *cr = c->cr;
@@ -668,18 +777,22 @@ bool ellipse(KDC c, int l, int t, int r, int b) {
 }
 
 bool fillRect(KDC c, const Rect *r, KBRUSH brush) {
+    c = live(c);
     if (!c || !r || !brush) return false;
     Object *b = obj(brush);
+    if (!b) return false;
     if (b->null || r->right <= r->left || r->bottom <= r->top) return true;
     cairo_save(c->cr);
     setSource(c->cr, b->colour);
-    cairo_rectangle(c->cr, r->left, r->top, r->right - r->left, r->bottom - r->top);
+    cairo_rectangle(c->cr, r->left, r->top, static_cast<double>(r->right) - r->left,
+                    static_cast<double>(r->bottom) - r->top);
     cairo_fill(c->cr);
     cairo_restore(c->cr);
     return true;
 }
 
 KCOLORREF setPixel(KDC c, int x, int y, KCOLORREF colour) {
+    c = live(c);
     if (!c || x < 0 || y < 0 || x >= c->w || y >= c->h) return kInvalidColor;
     cairo_save(c->cr);
     setSource(c->cr, colour);
@@ -689,9 +802,10 @@ KCOLORREF setPixel(KDC c, int x, int y, KCOLORREF colour) {
     return KCanvasGetPixel(c, x, y);
 }
 
-KCOLORREF getPixel(KDC c, int x, int y) { return KCanvasGetPixel(c, x, y); }
+KCOLORREF getPixel(KDC c, int x, int y) { return KCanvasGetPixel(live(c), x, y); }
 
 int setPolyFillMode(KDC c, int mode) {
+    c = live(c);
     if (!c) return 0;
     int old = c->fillMode;
     c->fillMode = mode == FillWinding ? FillWinding : FillAlternate;
@@ -699,8 +813,10 @@ int setPolyFillMode(KDC c, int mode) {
 }
 
 bool fillRects(KDC c, const Rect *rects, int n, KBRUSH brush) {
+    c = live(c);
     if (!c || (!rects && n > 0) || !brush) return false;
     Object *b = obj(brush);
+    if (!b) return false;
     if (b->null || n <= 0) return true;
     cairo_save(c->cr);
     setSource(c->cr, b->colour);
@@ -708,7 +824,9 @@ bool fillRects(KDC c, const Rect *rects, int n, KBRUSH brush) {
     cairo_set_fill_rule(c->cr, CAIRO_FILL_RULE_WINDING);
     for (int i = 0; i < n; ++i) {
         const Rect &r = rects[i];
-        if (r.right > r.left && r.bottom > r.top) cairo_rectangle(c->cr, r.left, r.top, r.right - r.left, r.bottom - r.top);
+        if (r.right > r.left && r.bottom > r.top)
+            cairo_rectangle(c->cr, r.left, r.top, static_cast<double>(r.right) - r.left,
+                            static_cast<double>(r.bottom) - r.top);
     }
     cairo_fill(c->cr);
     cairo_restore(c->cr);
@@ -718,9 +836,21 @@ bool fillRects(KDC c, const Rect *rects, int n, KBRUSH brush) {
 // The canvas keeps colours, not indices: each distinct colour is matched once
 // against the palette (exact colours find their first entry, the in-between
 // shades of antialiased text their nearest one) and the answer is cached.
-bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, uint8_t *out) {
-    if (!out || width <= 0 || height <= 0) return false;
-    const size_t w = static_cast<size_t>(width), h = static_cast<size_t>(height);
+bool bitmapSize(KDC c, KBITMAP, int *width, int *height) {
+    c = live(c);
+    if (!c || !width || !height) return false;
+    *width = c->w;
+    *height = c->h;
+    return true;
+}
+
+bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, const Rect &part, uint8_t *out) {
+    c = live(c);
+    if (!out || width <= 0 || height <= 0 || part.left < 0 || part.top < 0 || part.right <= part.left ||
+        part.bottom <= part.top)
+        return false;
+    const size_t w = static_cast<size_t>(static_cast<int64_t>(part.right) - part.left);
+    const size_t h = static_cast<size_t>(static_cast<int64_t>(part.bottom) - part.top);
     std::memset(out, 0, w * h);
     if (!c) return false;
     const int n = std::clamp(static_cast<int>(mCGS.paletteSize), 0, 256);
@@ -746,11 +876,14 @@ bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, uint8_t *out) {
     cairo_surface_flush(c->surface);
     const unsigned char *data = cairo_image_surface_get_data(c->surface);
     const size_t stride = static_cast<size_t>(cairo_image_surface_get_stride(c->surface));
-    const size_t rows = std::min(h, static_cast<size_t>(c->h)), cols = std::min(w, static_cast<size_t>(c->w));
+    // The part of the canvas that both the host's picture and the canvas hold.
+    const int64_t x1 = std::min<int64_t>({part.right, width, c->w}), y1 = std::min<int64_t>({part.bottom, height, c->h});
+    const size_t rows = y1 > part.top ? static_cast<size_t>(y1 - part.top) : 0;
+    const size_t cols = x1 > part.left ? static_cast<size_t>(x1 - part.left) : 0;
     uint32_t last = 0xFFFFFFFFu;
     uint8_t lastIndex = 0;
     for (size_t y = 0; y < rows; ++y) {
-        const unsigned char *src = data + y * stride;
+        const unsigned char *src = data + (y + static_cast<size_t>(part.top)) * stride + static_cast<size_t>(part.left) * 4;
         uint8_t *dst = out + y * w;
         for (size_t x = 0; x < cols; ++x) {
             uint32_t px;
@@ -772,6 +905,7 @@ bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, uint8_t *out) {
 }
 
 bool beginPath(KDC c) {
+    c = live(c);
     if (!c) return false;
     c->recording = true;
     c->figures.clear();
@@ -780,18 +914,21 @@ bool beginPath(KDC c) {
 }
 
 bool endPath(KDC c) {
+    c = live(c);
     if (!c || !c->recording) return false;
     c->recording = false;
     return true;
 }
 
 bool closeFigure(KDC c) {
+    c = live(c);
     if (!c || !c->recording || c->closed.empty()) return false;
     c->closed.back() = true;
     return true;
 }
 
 bool strokePath(KDC c) {
+    c = live(c);
     if (!c) return false;
     for (size_t i = 0; i < c->figures.size(); ++i)
         strokeChain(c, c->figures[i].data(), static_cast<int>(c->figures[i].size()), c->closed[i]);
@@ -801,6 +938,7 @@ bool strokePath(KDC c) {
 }
 
 bool fillPath(KDC c) {
+    c = live(c);
     if (!c) return false;
     if (brushVisible(c)) fillFigures(c, c->figures, c->brush->colour);
     c->figures.clear();
@@ -809,12 +947,14 @@ bool fillPath(KDC c) {
 }
 
 bool strokeAndFillPath(KDC c) {
+    c = live(c);
     if (!c) return false;
     if (brushVisible(c)) fillFigures(c, c->figures, c->brush->colour);
     return strokePath(c);
 }
 
 bool selectClipPath(KDC c, int mode) {
+    c = live(c);
     if (!c) return false;
     setClipFromFigures(c, c->figures, c->fillMode, mode == RgnAnd);
     c->figures.clear();
@@ -823,22 +963,26 @@ bool selectClipPath(KDC c, int mode) {
 }
 
 bool clipRect(KDC c, const Rect *r) {
+    c = live(c);
     if (!c) return false;
     cairo_reset_clip(c->cr);
     if (!r) return true;
     cairo_new_path(c->cr);
-    cairo_rectangle(c->cr, r->left, r->top, std::max(0, r->right - r->left), std::max(0, r->bottom - r->top));
+    cairo_rectangle(c->cr, r->left, r->top, std::max(0.0, static_cast<double>(r->right) - r->left),
+                    std::max(0.0, static_cast<double>(r->bottom) - r->top));
     cairo_clip(c->cr);
     return true;
 }
 
 bool clipPolygon(KDC c, const KPoint32 *pts, int n, int fillMode) {
+    c = live(c);
     if (!c || !pts || n < 3) return false;
     setClipFromFigures(c, {std::vector<KPoint32>(pts, pts + n)}, fillMode, false);
     return true;
 }
 
 unsigned setTextAlign(KDC c, unsigned align) {
+    c = live(c);
     if (!c) return 0;
     unsigned old = c->textAlign;
     c->textAlign = align;
@@ -846,6 +990,7 @@ unsigned setTextAlign(KDC c, unsigned align) {
 }
 
 KCOLORREF setTextColor(KDC c, KCOLORREF col) {
+    c = live(c);
     if (!c) return kInvalidColor;
     KCOLORREF old = c->textColour;
     c->textColour = col;
@@ -853,6 +998,7 @@ KCOLORREF setTextColor(KDC c, KCOLORREF col) {
 }
 
 KCOLORREF setBkColor(KDC c, KCOLORREF col) {
+    c = live(c);
     if (!c) return kInvalidColor;
     KCOLORREF old = c->bkColour;
     c->bkColour = col;
@@ -860,6 +1006,7 @@ KCOLORREF setBkColor(KDC c, KCOLORREF col) {
 }
 
 int setBkMode(KDC c, int mode) {
+    c = live(c);
     if (!c) return 0;
     int old = c->bkMode;
     c->bkMode = mode;
@@ -867,6 +1014,7 @@ int setBkMode(KDC c, int mode) {
 }
 
 bool textOut(KDC c, int x, int y, const char *text, int n) {
+    c = live(c);
     if (!c || !text || n < 0) return false;
     const std::string s = toUtf8(c->font, text, n);
     cairo_t *cr = c->cr;
@@ -910,6 +1058,7 @@ bool textOut(KDC c, int x, int y, const char *text, int n) {
 }
 
 bool textExtent(KDC c, const char *text, int n, Size *size) {
+    c = live(c);
     if (!c || !text || n < 0 || !size) return false;
     const std::string s = toUtf8(c->font, text, n);
     cairo_save(c->cr);
@@ -925,6 +1074,7 @@ bool textExtent(KDC c, const char *text, int n, Size *size) {
 }
 
 bool textMetrics(KDC c, KTextMetric *tm) {
+    c = live(c);
     if (!c || !tm) return false;
     std::memset(tm, 0, sizeof *tm);
     cairo_save(c->cr);
@@ -955,6 +1105,8 @@ bool textMetrics(KDC c, KTextMetric *tm) {
 }
 
 bool bitBlt(KDC dst, int x, int y, int w, int h, KDC src, int sx, int sy) {
+    dst = live(dst);
+    src = live(src);
     if (!dst || !src || w <= 0 || h <= 0) return false;
     cairo_surface_flush(src->surface);
     cairo_save(dst->cr);

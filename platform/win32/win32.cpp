@@ -236,13 +236,33 @@ bool fillRects(KDC dc, const Rect *rects, int n, KBRUSH brush) {
     return ok;
 }
 
-bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, uint8_t *out) {
-    if (!out || width <= 0 || height <= 0) return false;
-    const size_t w = static_cast<size_t>(width), h = static_cast<size_t>(height);
-    std::memset(out, 0, w * h);
+bool bitmapSize(KDC dc, KBITMAP bitmap, int *width, int *height) {
+    if (!width || !height) return false;
     HBITMAP bmp = bitmap ? reinterpret_cast<HBITMAP>(bitmap)
-                         : static_cast<HBITMAP>(GetCurrentObject(D(dc), OBJ_BITMAP));
-    if (!dc || !bmp) return false;
+                         : (dc ? static_cast<HBITMAP>(GetCurrentObject(D(dc), OBJ_BITMAP)) : nullptr);
+    BITMAP info{};
+    if (!bmp || GetObject(bmp, sizeof info, &info) == 0) return false;
+    *width = info.bmWidth;
+    *height = info.bmHeight < 0 ? -info.bmHeight : info.bmHeight;
+    return true;
+}
+
+bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, const Rect &part, uint8_t *out) {
+    if (!out || width <= 0 || height <= 0 || part.left < 0 || part.top < 0 || part.right <= part.left ||
+        part.bottom <= part.top)
+        return false;
+    const size_t pw = static_cast<size_t>(part.right - part.left), ph = static_cast<size_t>(part.bottom - part.top);
+    std::memset(out, 0, pw * ph);
+    HBITMAP bmp = bitmap ? reinterpret_cast<HBITMAP>(bitmap)
+                         : (dc ? static_cast<HBITMAP>(GetCurrentObject(D(dc), OBJ_BITMAP)) : nullptr);
+    int realW = 0, realH = 0;
+    if (!dc || !bmp || !bitmapSize(dc, bitmap, &realW, &realH)) return false;
+    // Rows 0 .. bottom of the bitmap, no wider or taller than it really is:
+    // the host's size may claim more than exists.
+    const int readW = width < realW ? width : realW;
+    const int readH = std::min({height, realH, static_cast<int>(part.bottom)});
+    if (readW <= 0 || readH <= 0) return false;
+    const size_t w = static_cast<size_t>(readW), h = static_cast<size_t>(readH);
     // An 8-bit top-down DIB whose colour table GetDIBits fills with 16-bit
     // indices into the logical palette selected into dc (DIB_PAL_COLORS).
     struct {
@@ -251,8 +271,8 @@ bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, uint8_t
     } info{};
     const size_t stride = ((w * 8 + 31) / 32) * 4;
     info.header.biSize = sizeof(BITMAPINFOHEADER);
-    info.header.biWidth = width;
-    info.header.biHeight = -height;
+    info.header.biWidth = readW;
+    info.header.biHeight = -readH;
     info.header.biPlanes = 1;
     info.header.biBitCount = 8;
     info.header.biCompression = BI_RGB;
@@ -260,17 +280,18 @@ bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, uint8_t
     HGLOBAL mem = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, stride * h);
     if (!mem) return false;
     auto *bits = static_cast<uint8_t *>(GlobalLock(mem));
-    int lines = bits ? GetDIBits(D(dc), bmp, 0, static_cast<UINT>(height), bits,
+    int lines = bits ? GetDIBits(D(dc), bmp, 0, static_cast<UINT>(readH), bits,
                                  reinterpret_cast<BITMAPINFO *>(&info), DIB_PAL_COLORS)
                      : 0;
     if (lines > 0) {
         uint8_t map[256];
         for (int i = 0; i < 256; ++i) map[i] = info.colours[i] < 256 ? static_cast<uint8_t>(info.colours[i]) : 0;
-        const size_t rows = static_cast<size_t>(lines) < h ? static_cast<size_t>(lines) : h;
-        for (size_t y = 0; y < rows; ++y) {
+        const size_t rows = std::min(static_cast<size_t>(lines), h);
+        const size_t x0 = static_cast<size_t>(part.left);
+        for (size_t y = static_cast<size_t>(part.top); y < rows; ++y) {
             const uint8_t *src = bits + y * stride;
-            uint8_t *dst = out + y * w;
-            for (size_t x = 0; x < w; ++x) dst[x] = map[src[x]];
+            uint8_t *dst = out + (y - static_cast<size_t>(part.top)) * pw;
+            for (size_t x = x0; x < w && x - x0 < pw; ++x) dst[x - x0] = map[src[x]];
         }
     }
     if (bits) GlobalUnlock(mem);

@@ -154,3 +154,30 @@ TEST(Cli, BadInvocationsSayWhatIsWrongInOneLine) {
 }
 
 }  // namespace
+
+namespace {
+
+// Column names are the table's text, and they land in PostScript strings
+// (axis titles, the colour-bar title): Ghostscript must draw them, not run
+// them.
+TEST(Cli, ColumnNamesCannotRunPostScript) {
+    KT_REQUIRE_GHOSTSCRIPT();
+    const std::string dir = kt::scratchDir("cli_injection");
+    const std::string hostile = "Temp [a) (INJECTED) print flush (b]";
+    const std::string across = "Lat \\", down = "Depth (m))) (DOWN) print (";
+    std::string table = across + "\t" + down + "\t" + hostile + "\n";
+    for (int i = 0; i < 60; ++i)
+        table += std::to_string(i % 10) + "\t" + std::to_string((i / 10) * 100) + "\t" + std::to_string(i % 7) + "\n";
+    kt::writeFile(dir + "/hostile.tsv", table);
+    const Outcome r = kestrel(dir, "section hostile.tsv --x 'Lat \\' --y '" + down + "' --value '" + hostile +
+                                       "' --title '" + hostile + "' -q -o hostile");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string cmd = "cd '" + dir + "' && " + kt::ghostscript() +
+                            " -q -dSAFER -dNOPAUSE -dBATCH -sDEVICE=nullpage hostile.ps >gs.txt 2>&1";
+    EXPECT_EQ(std::system(cmd.c_str()), 0) << kt::readFile(dir + "/gs.txt");
+    const std::string said = kt::readFile(dir + "/gs.txt");
+    EXPECT_EQ(said.find("INJECTED"), std::string::npos) << said;
+    EXPECT_EQ(said.find("DOWN"), std::string::npos) << said;
+}
+
+}  // namespace

@@ -1,0 +1,4 @@
+// libFuzzer target: the ".oal" reader.
+#include "tests/fuzz/fuzz_analysis.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) { return kfuzz::analysisFile(3, data, size); }

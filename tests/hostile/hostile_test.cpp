@@ -1,0 +1,358 @@
+// Hostile calls through the C interface: every exported family is driven with
+// the classes of input a careless or malicious host can produce (counts above
+// capacity, negative and INT32_MAX sizes, NaN and infinities, over-long and
+// code-carrying strings, destroyed handles). The program passes when nothing
+// crashes, hangs or trips the sanitizers, and each call gives its documented
+// failure value without writing where it must not. It runs as one program in
+// CI, so that state left behind by one family meets the next.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "common/picture.h"
+#include "common/testing.h"
+#include "kestrel/kestrel.h"
+
+namespace {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+const float kBadFloats[] = {kNaN, kInf, -kInf, 3.0e38f, -3.0e38f, 1.0e-30f, 0.0f, -0.0f};
+const int32_t kBadCounts[] = {-1, INT32_MIN, INT32_MAX, 1 << 30};
+
+class Hostile : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dc = kt::openPage(300, 200, 20.0f);
+        ASSERT_NE(dc, nullptr);
+        UsrSys(dc, 0, 10, 10, 2, 0, 5, 5, 2);
+    }
+    void TearDown() override { kt::closePage(dc); }
+    KDC dc = nullptr;
+};
+
+// A small analysis set with n points in a 10 x 10 square on a 6 x 5 grid,
+// transformed, celled and sorted.
+void smallSet(OASet *s, int32_t n) {
+    ASSERT_EQ(OAAllocSet(s, 6.0f, 5.0f, 6, n), 1);
+    s->nx = 6;
+    s->ny = 5;
+    for (int32_t i = 0; i < 6; ++i) {
+        s->xg[i] = 2.0f * static_cast<float>(i);
+        s->xlen[i] = 3.0f;
+    }
+    for (int32_t j = 0; j < 5; ++j) {
+        s->yg[j] = 2.5f * static_cast<float>(j);
+        s->ylen[j] = 3.0f;
+    }
+    for (int32_t i = 0; i < n; ++i) {
+        s->x[i] = static_cast<float>(i % 10);
+        s->y[i] = static_cast<float>((i * 7) % 10);
+        s->val[i] = static_cast<float>(i);
+        s->err[i] = 1.0f;
+        s->errInv[i] = 1.0f;
+        s->use[i] = 1;
+    }
+    s->nPoints = n;
+    OAScaleTransformation(s);
+    s->nCellX = s->nCellY = OA_NCELL;
+    s->cellX0 = s->xgt[0] - 1e-6f;
+    s->cellY0 = s->ygt[0] - 1e-6f;
+    s->cellDx = (s->xgt[5] - s->xgt[0]) / 39.0f;
+    s->cellDy = (s->ygt[4] - s->ygt[0]) / 39.0f;
+    s->cellDxInv = 1.0f / s->cellDx;
+    s->cellDyInv = 1.0f / s->cellDy;
+    OASortDataPoints(s);
+}
+
+TEST_F(Hostile, AnalysisSetWithMorePointsThanCapacityIsRefusedEverywhere) {
+    OASet s;
+    OAInitializeSet(&s);
+    smallSet(&s, 20);
+    ASSERT_EQ(s.nPoints, 20);
+    const OASet before = s;
+    s.nPoints = -5;  // a negative count packs to none, as documented
+    EXPECT_EQ(OAPackData(&s), 0);
+    EXPECT_EQ(s.nPoints, 0);
+    for (int32_t bad : {21, INT32_MAX}) {
+        s.nPoints = bad;
+        OAScaleTransformation(&s);
+        OASortDataPoints(&s);
+        EXPECT_EQ(OAPackData(&s), 0);
+        float spread = 0, msd = 0;
+        int32_t used = -1;
+        EXPECT_EQ(OAEstimateValueT(1, 1, 1, 1, &spread, &msd, &used, &s), 0.0);
+        EXPECT_EQ(used, 0);
+        EXPECT_EQ(OAEstimateValue(1, 1, 1, 1, &spread, &msd, &used, &s), 0.0);
+        std::vector<float> matrix(40 * 40), alpha(40);
+        float sigma = 0;
+        EXPECT_EQ(OAObjectASetup(&s, 0, matrix.data(), alpha.data(), &sigma), 0);
+        float err = 0;
+        OAObjectAEstimateT(1, 1, 1, 1, &err, &msd, &s, matrix.data(), alpha.data(), 1.0f, 1);
+        EXPECT_EQ(OARemoveOutliers(&s, 1.0f, 0, 10, 0, 10), 0);
+        const std::string ps = kt::capture("marks", [&](KFILE f) { OAMarkDataPos(dc, f, &s, 1.0f, 3); });
+        EXPECT_TRUE(ps.empty());
+        EXPECT_EQ(s.nPoints, bad);
+        EXPECT_EQ(std::memcmp(s.cellFirst, before.cellFirst, sizeof s.cellFirst), 0);
+    }
+    s.nPoints = 20;
+    OAFreeSet(&s);
+}
+
+TEST_F(Hostile, EstimatorsAcceptAnyPositionAndScale) {
+    OASet s;
+    OAInitializeSet(&s);
+    smallSet(&s, 30);
+    for (float x : kBadFloats)
+        for (float f : kBadFloats) {
+            float spread = 0, msd = 0;
+            int32_t used = 0;
+            OAEstimateValueT(x, x, f, f, &spread, &msd, &used, &s);
+            OAEstimateValue(x, 1.0f, 1.0f, f, &spread, &msd, &used, &s);
+            EXPECT_GE(used, 0);
+        }
+    // Coordinates of the transformation that are not numbers.
+    const float grid[4] = {0, 1, kNaN, 3}, gt[4] = {0, 1, 2, 3}, len[4] = {1, 1, 1, 1};
+    const float down[4] = {3, kNaN, 1, 0};
+    for (float c : kBadFloats) {
+        OATransformCoord(c, 4, grid, gt, len, 1.0f);
+        OATransformCoord(c, 4, down, gt, len, 1.0f);
+        OATransformCoord(c, 1, grid + 2, gt, len, 1.0f);
+    }
+    EXPECT_TRUE(std::isnan(OATransformCoord(kNaN, 4, gt, gt, len, 1.0f)));
+    OAFreeSet(&s);
+}
+
+TEST_F(Hostile, ContourTracingSurvivesBadSizesAndValues) {
+    std::vector<float> field(12 * 10);
+    for (size_t i = 0; i < field.size(); ++i) field[i] = static_cast<float>(i % 7) - 3.0f;
+    field[5] = kNaN;
+    field[17] = kInf;
+    std::vector<float> xs(12), ys(10);
+    for (int i = 0; i < 12; ++i) xs[static_cast<size_t>(i)] = static_cast<float>(i);
+    for (int j = 0; j < 10; ++j) ys[static_cast<size_t>(j)] = static_cast<float>(j);
+    int32_t count = 0;
+    for (int32_t bad : kBadCounts) {
+        EXPECT_EQ(CTsetgs(field.data(), 0.5f, bad, 10, &count), nullptr);
+        EXPECT_EQ(CTsetgs(field.data(), 0.5f, 12, bad, &count), nullptr);
+    }
+    // Label factors up to INT32_MAX on a long line: bounded work, at most
+    // the room of the label list.
+    std::vector<float> ramp(200 * 3);
+    std::vector<float> rx(200), ry(3);
+    for (int i = 0; i < 200; ++i) {
+        rx[static_cast<size_t>(i)] = static_cast<float>(i) * 0.05f;
+        for (int j = 0; j < 3; ++j) ramp[static_cast<size_t>(j * 200 + i)] = static_cast<float>(j) + 0.001f * i;
+    }
+    for (int32_t factor : {1 << 30, INT32_MAX, INT32_MIN, -1}) {
+        std::vector<KContourLabel> labels(KESTREL_MAX_CONTOUR_LABELS);
+        int32_t n = 0;
+        std::vector<float> f = ramp;
+        ContourLine(dc, nullptr, f.data(), labels.data(), &n, rx.data(), 200, ry.data(), 3, 1.0f, 1, 0, 0, factor, 1,
+                    10, 0);
+        EXPECT_GE(n, 0);
+        EXPECT_LE(n, KESTREL_MAX_CONTOUR_LABELS);
+    }
+    // Shading and erasing with coordinates far beyond any device.
+    const float far[4] = {-3e38f, 0, 1e30f, 3e38f};
+    const float field4[16] = {0, 1, 2, 3, kNaN, 5, 6, 7, 8, kInf, 10, 11, 12, 13, 14, -kInf};
+    for (float v : kBadFloats) {
+        ShadeField(field4, 0, 0, far, 4, far, 4, v, 10, 0.5f, 0.5f, dc, nullptr);
+        EraseField(field4, v, far, 4, far, 4, 0, dc, nullptr);
+    }
+    for (int32_t bad : kBadCounts) {
+        ShadeField(field.data(), 0, 0, xs.data(), bad, ys.data(), 10, 0, 1, 0.5f, 0.5f, dc, nullptr);
+        EraseField(field.data(), 0, xs.data(), 12, ys.data(), bad, 0, dc, nullptr);
+    }
+    float start = 0, step = 0, end = 0;
+    for (float v : kBadFloats) CTSelectLines(v, 1.0f, 10, v, &start, &step, &end);
+}
+
+TEST_F(Hostile, AxesWithZeroOrTinyStepsFinishQuickly) {
+    for (float tick : {0.0f, 1e-30f, -1e-30f, kNaN, kInf}) {
+        XAxisLabels(dc, 0, 0, tick, tick, "below", "above", 0);
+        YAxisLabels(dc, 0, 0, tick, tick, "title", 0);
+        YAxisLabels(dc, 0, 1e30f, 1.0f, tick, "title", 3);
+        XAxisLabels(dc, 0, -3e38f, tick, 1.0f, nullptr, nullptr, 1);
+    }
+    int32_t first = 0, last = 0;
+    for (float step : kBadFloats) {
+        float s = step;
+        SetAxisAnnotationPos(&first, &last, &s, 0, 0, 10, 5);
+        SetAxisAnnotationPos(&first, &last, &s, 0, kNaN, kInf, 0);
+    }
+    for (float v : kBadFloats) DrawColorBar(dc, nullptr, "bar", v, 0, 10, 10, 0, 5, v, 1, 0.5f, 0.5f);
+}
+
+TEST_F(Hostile, DrawingWithBadCoordinatesCountsAndSystems) {
+    std::vector<float> x = {0, kNaN, 3e38f, -3e38f, kInf, 5, 1e30f}, y = {0, 1, kNaN, 3e38f, -kInf, 5, -1e30f};
+    const int32_t n = static_cast<int32_t>(x.size());
+    DrawDots(dc, x.data(), y.data(), n, 1.0f);
+    DrawSquares(dc, x.data(), y.data(), n, 1e30f);
+    DrawDiamonds(dc, x.data(), y.data(), n, kNaN);
+    DrawTriangles(dc, x.data(), y.data(), n, -1e30f);
+    DrawStars(dc, x.data(), y.data(), n, kInf);
+    DrawCurve(dc, nullptr, x.data(), y.data(), n, xmiss, 1, 1.0f, 0);
+    DrawPoly(dc, nullptr, x.data(), y.data(), n, 0, 1);
+    DrawPoly(dc, nullptr, x.data(), y.data(), n, 0, 2);
+    DrawClippedPolyline(dc, nullptr, x.data(), y.data(), n, xmiss, 1);
+    for (int32_t bad : {-1, INT32_MIN}) {
+        DrawDots(dc, x.data(), y.data(), bad, 1.0f);
+        DrawPoly(dc, nullptr, x.data(), y.data(), bad, 0, 1);
+    }
+    const int32_t rect[4] = {INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX};
+    for (int32_t index : {-1, 0, 255, 256, INT32_MAX, INT32_MIN}) ODADrawColorRect(dc, rect, index, 1);
+    for (float mag : kBadFloats) {
+        mCGS.mag = mag;
+        DrawSymbols(dc, nullptr, x.data(), y.data(), n, 1, 1.0f);
+        DrawString(dc, "Hx", 1, 1, mag, mag);
+    }
+    mCGS.mag = 1.0f;
+    // A user system that is not a system: NaN and infinite ranges.
+    for (float v : kBadFloats) {
+        UsrSys(dc, v, 10, 10, 2, 0, v, 5, 2);
+        DrawDots(dc, x.data(), y.data(), n, 1.0f);
+        DrawPoly(dc, nullptr, x.data(), y.data(), n, 0, 2);
+        FrameVWP(dc, 1);
+        DrawString(dc, "text", 1, 1, 0, 1);
+    }
+}
+
+TEST_F(Hostile, DestroyedCanvasesAreNotHandles) {
+    // Text on one canvas, which then goes away while the library still
+    // names it as the owner of its font; the next canvas draws text too.
+    KDC a = kt::createPicture(100, 50);
+    hdcMem = a;
+    DrawString(a, "first", 1, 1, 0, 1);
+    kt::destroyPicture(a);
+    KDC b = kt::createPicture(100, 50);
+    hdcMem = b;
+    DrawString(b, "second", 1, 1, 0, 1);
+    DrawString(a, "dead", 1, 1, 0, 1);
+    FrameVWP(a, 1);
+    kt::destroyPicture(b);
+    hdcMem = dc;
+    DrawString(dc, "back", 1, 1, 0, 1);
+}
+
+TEST_F(Hostile, GifExportAllocatesNoMoreThanTheRectangle) {
+    const std::string dir = kt::scratchDir("HostileGif");
+    const int32_t savedW = Vbmp_size_cx, savedH = Vbmp_size_cy;
+    // The host claims a 60000 x 60000 picture; the rectangle is 6 x 6.
+    Vbmp_size_cx = 60000;
+    Vbmp_size_cy = 60000;
+    int32_t rect[4] = {0, 0, 5, 5};
+    EXPECT_EQ(BMPtoGIF(dc, nullptr, rect, (dir + "/small.gif").c_str()), 1);
+    int32_t all[4] = {INT32_MIN, INT32_MIN, INT32_MAX, INT32_MAX};
+    EXPECT_EQ(BMPtoGIF(dc, nullptr, all, (dir + "/all.gif").c_str()), 1);
+    EXPECT_EQ(all[2], 299);  // clamped to the picture that exists
+    Vbmp_size_cx = savedW;
+    Vbmp_size_cy = savedH;
+}
+
+TEST_F(Hostile, StringsLongerThanAnyBufferAreCut) {
+    const std::string longPath = "C:\\" + std::string(5000, 'd') + "\\" + std::string(5000, 'n') + ".ext";
+    std::vector<char> dir(KESTREL_MAX_PATH + 64, 'X'), name(KESTREL_MAX_PATH + 64, 'X');
+    dcmpnam(longPath.c_str(), dir.data(), name.data());
+    EXPECT_EQ(std::strlen(dir.data()), static_cast<size_t>(KESTREL_MAX_PATH - 1));
+    EXPECT_EQ(dir[KESTREL_MAX_PATH], 'X');
+    EXPECT_EQ(name[KESTREL_MAX_PATH], 'X');
+    const std::string line = "key=" + std::string(10000, 'v') + "\n";
+    std::vector<char> out(KESTREL_MAX_PATH + 64, 'X');
+    ExtractRHS(out.data(), line.c_str());
+    EXPECT_EQ(out[KESTREL_MAX_PATH], 'X');
+    std::vector<float> a(8, 1.0f);
+    initf1(a.data(), -5, 2, 9.0f);
+    EXPECT_EQ(a[0], 1.0f);
+    initf1(a.data(), INT32_MAX, INT32_MAX - 1, 9.0f);  // empty range, no wrap
+    std::vector<int16_t> b(8, 1);
+    inits1(b.data(), INT32_MIN, 3, 9);
+    EXPECT_EQ(b[0], 1);
+    char small[8] = "abc";
+    ReplaceInString(small, "b", std::string(100, 'x').c_str(), 8);
+    EXPECT_LT(std::strlen(small), 8u);
+    char tokens[] = "a;b;c;d;e;f";
+    char *fields[2];
+    EXPECT_EQ(BreakLine(tokens, ";", fields, 2), 2);
+}
+
+TEST_F(Hostile, LinesInFileCannotExhaustTheLibrarysDescriptors) {
+    const std::string dir = kt::scratchDir("HostileLines");
+    const std::string file = dir + "/three.txt";
+    kt::writeFile(file, "1\n2\n3\n");
+    for (int i = 0; i < 3000; ++i) ASSERT_EQ(LinesInFile(file.c_str()), 3) << i;
+    for (int i = 0; i < 200; ++i) {
+        const std::string other = dir + "/f" + std::to_string(i);
+        kt::writeFile(other, "x\n");
+        ASSERT_EQ(LinesInFile(other.c_str()), 1);
+    }
+    EXPECT_EQ(IsFileExisting(file.c_str()), 1);
+    KFILE ps = PSOpenFile((dir + "/after.ps").c_str(), nullptr, "", "", 0);
+    EXPECT_NE(ps, nullptr);
+    KFileClose(ps);
+}
+
+TEST_F(Hostile, CoastlinesFromDevicesAndAbsurdRecordsEnd) {
+#ifndef _WIN32
+    DrawWorld(dc, nullptr, "/dev/zero", -180, 180, -90, 90, 0, 10, 0, 10, 0, 5, 0, 5, 1, 1);
+#endif
+    const std::string dir = kt::scratchDir("HostileCoast");
+    std::string rec(8, '\0');
+    const int32_t n = INT32_MAX, m = -1;
+    std::memcpy(&rec[0], &n, 4);
+    std::memcpy(&rec[4], &m, 4);
+    kt::writeFile(dir + "/huge.cst", rec + std::string(64, '\x01'));
+    DrawWorld(dc, nullptr, (dir + "/huge.cst").c_str(), -180, 180, -90, 90, 0, 10, 0, 10, 0, 5, 0, 5, 1, 1);
+}
+
+TEST_F(Hostile, PostScriptTextCannotRunCode) {
+    const char *title = "Temp [a) (INJECTED) print flush (b] \\";
+    const std::string ps = kt::capture("bar", [&](KFILE f) {
+        DrawColorBar(nullptr, f, title, 10, 0, 10, 10, 0, 5, 0, 1, 0.5f, 0.5f);
+    });
+    const size_t at = ps.find("INJECTED");
+    ASSERT_NE(at, std::string::npos);
+    // Every parenthesis of the title is escaped, and the final backslash
+    // cannot swallow the closing one.
+    EXPECT_NE(ps.find("(Temp [a\\) \\(INJECTED\\) print flush \\(b] \\\\)"), std::string::npos) << ps;
+    const std::string comment = kt::capture("cdt", [&](KFILE f) {
+        DrawWorld(nullptr, f, "/nonexistent\n(x) print", 0, 10, 0, 10, 0, 10, 0, 10, 0, 5, 0, 5, 1, 1);
+    });
+    EXPECT_EQ(comment.find("\n(x) print"), std::string::npos);
+}
+
+TEST_F(Hostile, FrameAndColourServicesWithOutOfRangeArguments) {
+    KBInitialize();
+    for (int32_t bad : kBadCounts) {
+        SetColor(bad);
+        KBAddKey(bad, bad, bad);
+        MyProgressBar(bad, bad);
+        float length = 0;
+        PixelLineWidth(bad, &length);
+    }
+    int32_t t = 0, a = 0, b = 0;
+    // An empty queue waits for ever by design: read what is there only.
+    for (int i = 0; i < 50 && !KBEmpty; ++i) KBGetKey(&t, &a, &b);
+    for (float v : kBadFloats) {
+        CMapInitialize(v, v, v, v);
+        CMapCalColor(v);
+        CMapCalGray(v);
+        CMapCalZval(v);
+        SetZColor(v);
+    }
+    CMapInitialize(0.5f, 0.5f, 0.0f, 1.0f);
+    const std::string text(5000, 'e');
+    UpdateStatusBar(text.c_str());
+    LogLastError(text.c_str(), 0);
+#ifndef _WIN32
+    LoadPaletteFile(dc, "/dev/zero");
+#endif
+    LoadPaletteFile(dc, "/nonexistent/palette.pal");
+}
+
+}  // namespace
