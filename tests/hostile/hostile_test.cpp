@@ -356,3 +356,75 @@ TEST_F(Hostile, FrameAndColourServicesWithOutOfRangeArguments) {
 }
 
 }  // namespace
+
+namespace {
+
+// A crafted field file of other dimensions than the set: every array that
+// follows nx and ny follows them, so the writers and estimators that index
+// them by the new counts stay inside.
+TEST_F(Hostile, FieldOfOtherDimensionsResizesEveryAxisArray) {
+    const std::string dir = kt::scratchDir("HostileField");
+    const std::string base = dir + "/set";
+    std::string field = "0\n50 2\n";
+    for (int i = 0; i < 252; ++i) field += " " + std::to_string(i * 0.5);
+    kt::writeFile(base + ".oao", field + "\n");
+    OASet s;
+    OAInitializeSet(&s);
+    smallSet(&s, 10);  // 6 x 5
+    const float oldXgt1 = s.xgt[1], oldXlen5 = s.xlen[5];
+    ASSERT_EQ(OALoadField(base.c_str(), &s), 0);
+    ASSERT_EQ(s.nx, 50);
+    ASSERT_EQ(s.ny, 2);
+    EXPECT_EQ(s.xgt[1], oldXgt1);           // kept where it existed
+    EXPECT_EQ(s.xlen[49], oldXlen5);        // new lines take the last scale length
+    EXPECT_EQ(s.xgt[49], s.xg[49]);         // ... and their untransformed place
+    EXPECT_EQ(s.gridErrOut[99], xmiss);     // no error was computed for them
+    EXPECT_EQ(OAWriteGrid(base.c_str(), &s), 0);
+    EXPECT_EQ(OAWriteField(base.c_str(), &s), 0);
+    float spread, msd;
+    int32_t used;
+    OAEstimateValue(s.xg[49], s.yg[1], 1, 1, &spread, &msd, &used, &s);
+    // The written grid reads back with the new dimensions.
+    OASet back;
+    OAInitializeSet(&back);
+    ASSERT_EQ(OALoadGrid(base.c_str(), &back), 0);
+    EXPECT_EQ(back.nx, 50);
+    EXPECT_EQ(back.xg[49], s.xg[49]);
+    OAFreeSet(&back);
+    OAFreeSet(&s);
+}
+
+// Grid lines that are not numbers place no line: the grid file fails to
+// load, ascending or descending, instead of sending a later search before
+// the first line.
+TEST_F(Hostile, GridLinesThatAreNotNumbersAreRejected) {
+    const std::string dir = kt::scratchDir("HostileGridNaN");
+    const std::string base = dir + "/g";
+    for (const char *text : {"2 2\n\nnan 1\n2 1\n\n0 1\n1 1\n\n1 2  1 2 1.00 10000 1\n",
+                             "3 2\n\n5 1\nnan 1\n1 1\n\n0 1\n1 1\n\n1 3  1 2 1.00 10000 1\n",
+                             "2 2\n\n0 1\n2 inf\n\n0 1\n1 1\n\n1 2  1 2 1.00 10000 1\n"}) {
+        kt::writeFile(base + ".oag", text);
+        OASet s;
+        OAInitializeSet(&s);
+        EXPECT_EQ(OALoadGrid(base.c_str(), &s), 1) << text;
+        OAFreeSet(&s);
+    }
+    // A data point that is not a number loads (it is a line of the file) but
+    // lies in no cell: it never enters an estimate.
+    kt::writeFile(base + ".oag", "2 2\n\n0 5\n10 5\n\n0 5\n10 5\n\n1 2  1 2 1.00 10000 1\n");
+    kt::writeFile(base + ".oai", "nan 1 5 1\n1 nan 5 1\n2 2 7 1\n");
+    kt::writeFile(base + ".oal", std::string("   title =t\n  xtitle =x\n  ytitle =y\n") +
+                                     "    xmin =  0\n    xmax = 10\n\n\n\n    ymin =  0\n    ymax = 10\n" +
+                                     std::string(13, '\n') + "   xslen = 5\n     xof = 1\n   yslen = 5\n     yof = 1\n");
+    OASet s;
+    OAInitializeSet(&s);
+    ASSERT_EQ(OALoadSet(base.c_str(), &s), 1);
+    EXPECT_EQ(s.nPoints, 1);
+    float spread, msd;
+    int32_t used = 0;
+    EXPECT_NEAR(OAEstimateValue(2, 2, 1, 1, &spread, &msd, &used, &s), 7.0, 1e-6);
+    EXPECT_EQ(used, 1);
+    OAFreeSet(&s);
+}
+
+}  // namespace
