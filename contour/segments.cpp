@@ -10,6 +10,7 @@
 //
 // ContourLine does not walk this list: it traces on a per-node table of the
 // same edges (see tracer.cpp), which gives the same paths in the same order.
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -146,14 +147,19 @@ KESTREL_API int32_t KESTREL_CALL CTfindi(int32_t column, int32_t row, int32_t ki
 KESTREL_API int32_t KESTREL_CALL CTconpth(const float *field, int32_t nx, int32_t ny, const GRIDSEGMENT *seg,
                                           int32_t count, int32_t cell, int32_t kind, int32_t current,
                                           int32_t notfound) {
-    if (!field || !seg || nx < 1 || ny < 1) return notfound;
-    const int32_t i = cellColumn(cell), j = cellRow(cell), k = current;
+    // Grids of the segment list's 16-bit columns and rows only; the index
+    // windows are worked out in 64 bits, so a current index near INT32_MAX
+    // cannot wrap (CTfindi clamps them to the list).
+    if (!field || !seg || nx < 1 || ny < 1 || nx > 32767 || ny > 32767) return notfound;
+    const int32_t i = cellColumn(cell), j = cellRow(cell);
+    const int64_t k = current;
     if (i < 0 || j < 0 || i >= nx || j >= ny) return notfound;
     struct Try {
-        int32_t column, row, kind, low, high;
+        int32_t column, row, kind;
+        int64_t low, high;
     };
     Try tries[3];
-    const int32_t w = 2 * nx;
+    const int64_t w = 2 * static_cast<int64_t>(nx);
     if (kind == 1) {
         if (i + 1 >= nx) return notfound;
         if (node(field, nx, i, j) > node(field, nx, i + 1, j)) {  // the cell above
@@ -179,8 +185,11 @@ KESTREL_API int32_t KESTREL_CALL CTconpth(const float *field, int32_t nx, int32_
     } else {
         return notfound;
     }
+    auto index = [](int64_t v) {
+        return static_cast<int32_t>(v < INT32_MIN ? INT32_MIN : v > INT32_MAX ? INT32_MAX : v);
+    };
     for (const Try &t : tries) {
-        const int32_t r = CTfindi(t.column, t.row, t.kind, seg, count, t.low, t.high, notfound);
+        const int32_t r = CTfindi(t.column, t.row, t.kind, seg, count, index(t.low), index(t.high), notfound);
         if (r != notfound) return r;
     }
     return notfound;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <cstdlib>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -17,6 +18,7 @@
 #include "common/picture.h"
 #include "common/testing.h"
 #include "kestrel/kestrel.h"
+#include "platform/platform.h"
 
 namespace {
 
@@ -141,6 +143,22 @@ TEST_F(Hostile, ContourTracingSurvivesBadSizesAndValues) {
         EXPECT_EQ(CTsetgs(field.data(), 0.5f, bad, 10, &count), nullptr);
         EXPECT_EQ(CTsetgs(field.data(), 0.5f, 12, bad, &count), nullptr);
     }
+    // Single tracing steps with indices and cells at the ends of int32.
+    GRIDSEGMENT *seg = CTsetgs(field.data(), 0.5f, 12, 10, &count);
+    ASSERT_NE(seg, nullptr);
+    for (int32_t v : {INT32_MAX, INT32_MIN, -1, count, 1 << 20}) {
+        for (int32_t kind : {1, 2})
+            for (int32_t cell : {0, v, (3 << 16) | 4}) {
+                CTconpth(field.data(), 12, 10, seg, count, cell, kind, v, -1);
+                if (v < 0 || v > 32767) CTconpth(field.data(), v, v, seg, count, cell, kind, 1, -1);
+                CTaddpoi(field.data(), 0.5f, xs.data(), 12, ys.data(), 10, cell, kind);
+            }
+        CTfindi(1, 1, 1, seg, count, v, INT32_MAX, -1);
+        CTfindi(1, 1, 1, seg, count, INT32_MIN, v, -1);
+        CTstapth(field.data(), 12, 10, seg, count > 0 ? count : 0, -1);
+    }
+    nVp = 0;
+    std::free(seg);
     // Label factors up to INT32_MAX on a long line: bounded work, at most
     // the room of the label list.
     std::vector<float> ramp(200 * 3);
@@ -294,7 +312,7 @@ TEST_F(Hostile, LinesInFileCannotExhaustTheLibrarysDescriptors) {
     EXPECT_EQ(IsFileExisting(file.c_str()), 1);
     KFILE ps = PSOpenFile((dir + "/after.ps").c_str(), nullptr, "", "", 0);
     EXPECT_NE(ps, nullptr);
-    KFileClose(ps);
+    kestrel::plat::fileClose(ps);
 }
 
 TEST_F(Hostile, CoastlinesFromDevicesAndAbsurdRecordsEnd) {
