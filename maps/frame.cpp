@@ -117,6 +117,13 @@ void drawGraticuleLine(KDC dc, KFILE ps, float *x, float *y, int32_t n, int32_t 
 }
 
 // Two float arrays of n points, or none: an allocation failure skips the line.
+// More vertices than this on one graticule line are finer than any device
+// resolves; a larger request is drawn with this many instead of allocating
+// and projecting billions of points.
+constexpr int32_t kMaxGraticulePoints = 1 << 16;
+
+int32_t graticulePoints(int32_t n) { return n > kMaxGraticulePoints ? kMaxGraticulePoints : n; }
+
 struct LinePoints {
     explicit LinePoints(int32_t n)
         : x(n >= 2 ? new (std::nothrow) float[static_cast<size_t>(n)] : nullptr),
@@ -283,6 +290,7 @@ KESTREL_API void KESTREL_CALL DrawLonLabel(KDC dc, KFILE psFile, float lon, floa
 
 KESTREL_API void KESTREL_CALL DrawMeridian(KDC dc, KFILE psFile, float latMin, float latMax, float lon,
                                            int32_t nPoints, int32_t widthIndex) {
+    nPoints = graticulePoints(nPoints);
     LinePoints p(nPoints);
     if (!p.ok()) return;
     const double d = (static_cast<double>(latMax) - latMin) / (nPoints - 1);
@@ -295,6 +303,7 @@ KESTREL_API void KESTREL_CALL DrawMeridian(KDC dc, KFILE psFile, float latMin, f
 
 KESTREL_API void KESTREL_CALL DrawParallel(KDC dc, KFILE psFile, float lonMin, float lonMax, float lat,
                                            int32_t nPoints, int32_t widthIndex) {
+    nPoints = graticulePoints(nPoints);
     LinePoints p(nPoints);
     if (!p.ok()) return;
     double start = lonMin, end = lonMax;

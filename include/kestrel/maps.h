@@ -140,7 +140,7 @@ KESTREL_API void KESTREL_CALL DrawLonLabel(KDC dc, KFILE psFile, float lon, floa
 /* One graticule line of nPoints (>= 2) projected points in the current
  * colour, line width index widthIndex: a meridian at lon from latMin to
  * latMax, or a parallel at lat from lonMin to lonMax (for code 5 only its
- * visible arc). */
+ * visible arc). More than 65536 points are drawn as 65536. */
 KESTREL_API void KESTREL_CALL DrawMeridian(KDC dc, KFILE psFile, float latMin, float latMax, float lon,
                                            int32_t nPoints, int32_t widthIndex);
 KESTREL_API void KESTREL_CALL DrawParallel(KDC dc, KFILE psFile, float lonMin, float lonMax, float lat,

@@ -500,14 +500,20 @@ KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
 KESTREL_API void KESTREL_CALL KCanvasSelectBrush(KDC c, KCOLORREF colour) {
     c = live(c);
     if (!c) return;
-    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, kestrel::plat::createSolidBrush(colour));
+    // The canvas owns what it makes here: the object goes when it is replaced
+    // or the canvas is destroyed.
+    kestrel::plat::GdiObj made = kestrel::plat::createSolidBrush(colour);
+    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, made);
+    kestrel::plat::deleteObject(made);
     kestrel::plat::deleteObject(old);  // stock objects are never deleted
 }
 
 KESTREL_API void KESTREL_CALL KCanvasSelectPen(KDC c, int32_t style, int32_t width, KCOLORREF colour) {
     c = live(c);
     if (!c) return;
-    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, kestrel::plat::createPen(style, width, colour));
+    kestrel::plat::GdiObj made = kestrel::plat::createPen(style, width, colour);
+    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, made);
+    kestrel::plat::deleteObject(made);
     kestrel::plat::deleteObject(old);
 }
 

@@ -446,3 +446,106 @@ TEST_F(Hostile, GridLinesThatAreNotNumbersAreRejected) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(Hostile, NumericsWithBadSizesAndValues) {
+    std::vector<double> a(16, 1.0), p(4), b(4, 1.0);
+    std::vector<float> af(16, kNaN), pf(4), bf(4);
+    std::vector<int32_t> indx(4);
+    double d = 0;
+    float df = 0;
+    for (int32_t n : {0, -1, INT32_MIN}) {
+        EXPECT_EQ(LACholeskyDcmp(n, a.data(), p.data()), 1);  // an empty matrix is factorised
+        LALUDcmp(n, a.data(), indx.data(), &d);
+        LAMVMultiply(n, n, a.data(), b.data(), p.data());
+    }
+    LACholeskyDcmpF(4, af.data(), pf.data());  // NaN is not positive definite
+    LALUDcmpF(4, af.data(), indx.data(), &df);
+    const float xs[5] = {kNaN, 1, kInf, 3, 4}, ys[5] = {1, kNaN, 2, -kInf, 5};
+    double coef[4];
+    PolyFit(5, xs, ys, nullptr, 3, coef);
+    for (int32_t m : {-1, INT32_MIN}) PolyFit(5, xs, ys, nullptr, m, coef);
+    float centres[4], counts[4];
+    BinCount(xs, 5, kNaN, kInf, 4, centres, counts);
+    BinCount(xs, 5, 0, 1, -3, centres, counts);
+    float lo, hi, start, end, first, tic, ltic;
+    mimaex(-5, xs, xmiss, &lo, &hi);
+    for (float v : kBadFloats) AutoScale(v, 1, &start, &end, &first, &tic, &ltic);
+    AutoScale(kNaN, kInf, &start, &end, &first, &tic, &ltic);
+    EXPECT_EQ(FindBin(xs, 5, kNaN), -1);
+    int32_t status = 0;
+    double x = 0, f = kNaN;
+    for (int i = 0; i < 200 && IterateTowardsZero(&status, 0, 1, 1e-9, &x, &f, INT32_MAX) == 1; ++i) f = kNaN;
+    const float knots[6] = {0, 0, kNaN, 1, 1, 1};
+    float basis[4];
+    NURBSBasisFuns(0.5f, knots, basis, NURBSFindSpan(kNaN, knots, 2, 2), 2);
+    float cx[3] = {0, kNaN, 1}, cy[3] = {0, 1, kInf}, ox[10], oy[10];
+    NURBSCurveEvalXYPoints(cx, cy, 3, 2, ox, oy, 10);
+    for (int32_t bad : {INT32_MAX, -1}) NURBSCurveDraw(dc, nullptr, cx, cy, 3, bad, 1);
+}
+
+TEST_F(Hostile, OceanFormulasGiveNumbersOrNaNForAnyInput) {
+    for (float v : kBadFloats)
+        for (float w : {v, 35.0f, 10.0f}) {
+            EOS80(v, w, 35);
+            theta(w, v, 35, v);
+            SoundVel(v, w, v);
+            calDepth(v, w);
+            calPress(w, v);
+            float dir = 0;
+            distance(v, w, 0, 0, &dir);
+            crtarea(v, w);
+            crtdcorr(v, w);
+            o2sat(v, w);
+            CFCSaturation(v, w, v, 11);
+            double k[8];
+            CO2EquConst(1, v, w, &k[0], &k[1], &k[2], &k[3], &k[4], &k[5], &k[6], &k[7]);
+        }
+    float pH, pco2, co2, hco3, co3;
+    for (int32_t set : {-1, 0, 1, 99, INT32_MAX})
+        for (float v : kBadFloats) CComp1(set, v, 35, v, 2300, xmiss, &pH, &pco2, &co2, &hco3, &co3);
+    for (int32_t gas : {-1, 0, 12, 13, INT32_MAX}) CFCSaturation(10, 35, 100, gas);
+}
+
+TEST_F(Hostile, MapsWithBadDomainsAndPointCounts) {
+    for (int32_t code : {-1, 0, 1, 4, 5, 6, 7, INT32_MAX}) {
+        for (float v : kBadFloats) {
+            float xMin = 0, xMax = 10, width = 10, xOff = 1, yMin = 0, yMax = 5, height = 5, yOff = 1;
+            float lonMin = v, lonMax = 40, cLon = v, latMin = -10, latMax = v, cLat = 0;
+            AdjustMapLayout(&xMin, &xMax, &width, &xOff, &yMin, &yMax, &height, &yOff, &lonMin, &lonMax, &cLon,
+                            &latMin, &latMax, &cLat, code, 10, 1, 5, 1);
+            std::vector<float> x(64), y(64);
+            for (int32_t maxPoints : {0, 1, 3, 64}) ConstructMapClipPath(x.data(), y.data(), maxPoints, code, v, 40, -10, v);
+            ClipMapWindow(dc, nullptr, v, 40, -10, v, 0, 10, 0, 10, 0, 5, 0, 5, 1);
+            DrawMeridian(dc, nullptr, -80, 80, v, 100, 1);
+            DrawParallel(dc, nullptr, -180, 180, v, INT32_MAX, 1);
+            DrawParallel(dc, nullptr, -180, 180, 10, -5, 1);
+            char text[64];
+            MkeLatLabel(v, text, 1);
+            MkeLonLabel(v, text, 0);
+        }
+    }
+    ClipVWP(dc, 0);
+    proj = 0;
+}
+
+TEST_F(Hostile, GifEncoderStateAndCanvasSizes) {
+    for (uint32_t v : {0u, 255u, 256u, 4095u, 4096u, 0xFFFFFFFFu}) {
+        EncodeLZW(v);
+        WriteCode(v, v % 40);
+        GetCodeLength(v);
+    }
+    for (int32_t w : {0, -1, INT32_MAX, 1 << 20}) EXPECT_EQ(KCanvasCreate(w, w), nullptr);
+    KDC c = KCanvasCreate(3, 3);
+    ASSERT_NE(c, nullptr);
+    EXPECT_EQ(KCanvasGetPixel(c, INT32_MAX, INT32_MIN), 0xFFFFFFFFu);
+    KCanvasSelectPen(c, INT32_MAX, INT32_MAX, 0);
+    KCanvasSelectPen(c, -1, -1, 0);
+    KCanvasDestroy(c);
+    KCanvasDestroy(c);  // a destroyed canvas is no handle: nothing happens
+    EXPECT_EQ(KCanvasWidth(c), 0);
+    EXPECT_EQ(KCanvasSavePNG(c, "never.png"), 0);
+}
+
+}  // namespace
