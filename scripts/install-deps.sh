@@ -18,6 +18,10 @@ packages=(
   gmt gmt-gshhg-low python3-numpy
   # libFuzzer targets (the fuzz preset): clang with its sanitizer and fuzzer runtimes
   clang libclang-rt-14-dev
+  # the Python package and its tests: pybind11, and the peers it is checked
+  # against (gsw, contourpy) and the libraries it works with (xarray, Dask)
+  python3-dev pybind11-dev python3-pytest python3-gsw python3-contourpy python3-xarray
+  python3-dask python3-distributed python3-matplotlib python3-psutil
   # the Windows DLLs and their tests
   g++-mingw-w64-x86-64 g++-mingw-w64-i686 binutils-mingw-w64 wine wine64
 )
