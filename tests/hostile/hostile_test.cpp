@@ -536,6 +536,7 @@ TEST_F(Hostile, GifEncoderStateAndCanvasSizes) {
         WriteCode(v, v % 40);
         GetCodeLength(v);
     }
+#ifndef _WIN32  // the canvas is the non-Windows device context
     for (int32_t w : {0, -1, INT32_MAX, 1 << 20}) EXPECT_EQ(KCanvasCreate(w, w), nullptr);
     KDC c = KCanvasCreate(3, 3);
     ASSERT_NE(c, nullptr);
@@ -546,6 +547,7 @@ TEST_F(Hostile, GifEncoderStateAndCanvasSizes) {
     KCanvasDestroy(c);  // a destroyed canvas is no handle: nothing happens
     EXPECT_EQ(KCanvasWidth(c), 0);
     EXPECT_EQ(KCanvasSavePNG(c, "never.png"), 0);
+#endif
 }
 
 }  // namespace
