@@ -16,6 +16,7 @@
 #include "maps.h"
 #include "seawater.h"
 #include "gas.h"
+#include "neutral.h"
 #include "rootsearch.h"
 #include "la.h"
 #include "fit.h"
