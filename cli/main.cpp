@@ -6,6 +6,7 @@
 #include "cli/commands.h"
 #include "kestrel/kestrel.h"
 #include "section.h"
+#include "cli/derived.h"
 
 #ifndef KESTREL_SOURCE_DIR
 #define KESTREL_SOURCE_DIR "."
@@ -21,6 +22,7 @@ int usage(std::FILE *to) {
                  "  map     draw a map with coastlines and stations as NAME.png, NAME.gif, NAME.ps\n"
                  "          (kestrel map --help for its options)\n",
                  kSectionUsage);
+    std::fprintf(to, "%s%s", kGammaUsage, kDerivedUsage);
     return to == stderr ? 2 : 0;
 }
 
@@ -50,6 +52,7 @@ int main(int argc, char **argv) {
     const std::string cmd = argv[1];
     if (cmd == "--help" || cmd == "-h" || cmd == "help") return usage(stdout);
     if (cmd == "map") return mapCommand(argc - 2, argv + 2);
+    if (cmd == "gamma") return gammaMain(argc - 2, argv + 2);
     if (cmd == "section")
         return sectionMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
     if (cmd == "demo")

@@ -9,6 +9,8 @@
 // geometry.
 #include "section.h"
 
+#include "cli/derived.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdarg>
@@ -51,16 +53,6 @@ double number(const std::string &s) {
     char *end = nullptr;
     const double d = std::strtod(s.c_str(), &end);
     return end != s.c_str() && *end == '\0' && std::isfinite(d) ? d : std::nan("");
-}
-
-// A column by its full name or by its name without the unit ("Depth" finds
-// "Depth [m]"); -1 when there is none.
-int findColumn(const Table &t, const std::string &name) {
-    for (size_t k = 0; k < t.names.size(); ++k)
-        if (t.names[k] == name) return static_cast<int>(k);
-    for (size_t k = 0; k < t.names.size(); ++k)
-        if (t.names[k].substr(0, t.names[k].find(" [")) == name) return static_cast<int>(k);
-    return -1;
 }
 
 // The unit words of data files as a reader writes them (the library's text
@@ -208,6 +200,16 @@ bool readTextFile(const std::string &path, std::string *text) {
     in.read(&(*text)[0], size);
     text->resize(static_cast<size_t>(in.gcount()));
     return true;
+}
+
+// A column by its full name or by its name without the unit ("Depth" finds
+// "Depth [m]"); -1 when there is none.
+int findColumn(const Table &t, const std::string &name) {
+    for (size_t k = 0; k < t.names.size(); ++k)
+        if (t.names[k] == name) return static_cast<int>(k);
+    for (size_t k = 0; k < t.names.size(); ++k)
+        if (t.names[k].substr(0, t.names[k].find(" [")) == name) return static_cast<int>(k);
+    return -1;
 }
 
 bool readTable(const std::string &path, Table *t) {
@@ -574,6 +576,11 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
             ok = toFloat(argv[i + 1], &o->stretch0) && toFloat(argv[i + 2], &o->stretch1) && o->stretch0 != o->stretch1;
             o->autoStretch = false;
             i += 2;
+        } else if (int derived = acceptData ? parseDerivedOption(argc, argv, &i, &o->derived) : 0) {
+            if (derived < 0) {
+                std::fprintf(stderr, "kestrel: %s needs a value\n", a.c_str());
+                return 2;
+            }
         } else if (acceptData && !a.empty() && a[0] != '-' && o->data.empty()) {
             o->data = a;
         } else {
@@ -591,7 +598,7 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
 int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble) {
     SectionOptions o;
     std::string preamble;
-    const std::string help = std::string(kDemoUsage) + kSectionUsage;
+    const std::string help = std::string(kDemoUsage) + kSectionUsage + kDerivedUsage;
     const int status = parseSectionOptions(argc, argv, true, &o, &preamble, help.c_str());
     if (status >= 0) return status;
     if (o.data.empty() || o.x.empty() || o.y.empty() || o.value.empty()) {
@@ -603,6 +610,12 @@ int sectionMain(int argc, char **argv, const std::function<std::string(const std
     if (!readTable(o.data, &table)) {
         std::fprintf(stderr, "kestrel: cannot read %s\n", o.data.c_str());
         return 1;
+    }
+    if (isDerivedVariable(o.value) && findColumn(table, o.value) < 0) {
+        std::string column;
+        const int derived = addDerivedColumn(&table, o.value, o.derived, o.data, o.quiet, &column);
+        if (derived) return derived;
+        o.value = column;
     }
     return sectionCommand(table, o);
 }

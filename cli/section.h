@@ -18,8 +18,19 @@ struct Table {
 // be read or has no header.
 bool readTable(const std::string &path, Table *table);
 
+// A column by its full name or by its name without the unit ("Depth"
+// finds "Depth [m]"); -1 when there is none.
+int findColumn(const Table &table, const std::string &name);
+
 // The whole of a file as it was when opened (false when it cannot be read).
 bool readTextFile(const std::string &path, std::string *text);
+
+// Where the inputs of derived variables are: empty means "find it by its
+// usual names".
+struct DerivedOptions {
+    std::string temperature, salinity, pressure, depth, longitude, latitude, oxygen, station, cast;
+    std::string ndData;  // folder of the neutral density reference files (llp.fdt, stga.fdt)
+};
 
 struct SectionOptions {
     std::string data, x, y, value;
@@ -34,6 +45,7 @@ struct SectionOptions {
     bool autoStretch = true;   // contrast where the data are: steepest at their median
     float stretch0 = -1.5f, stretch1 = 1.5f;
     bool quiet = false;        // no progress on stderr
+    DerivedOptions derived;    // inputs of --value theta, sigma0, gamma_n, o2sat, aou
 };
 
 // Grids, shades, contours and erases column o.value of the table over o.x

@@ -5,6 +5,8 @@
 #include <sys/wait.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -178,6 +180,84 @@ TEST(Cli, ColumnNamesCannotRunPostScript) {
     const std::string said = kt::readFile(dir + "/gs.txt");
     EXPECT_EQ(said.find("INJECTED"), std::string::npos) << said;
     EXPECT_EQ(said.find("DOWN"), std::string::npos) << said;
+}
+
+}  // namespace
+
+namespace {
+
+// kestrel gamma on the published example casts written as a bottle table:
+// every label to the six published decimals, the table copied as it was,
+// rows without a label left empty; derived variables drawn as sections.
+TEST(Cli, NeutralDensityOfATableAndDerivedSections) {
+    const std::string nd = kt::dataPath("neutral-density/");
+    KT_REQUIRE_FILE(nd + "example.tsv");
+    const std::string dir = kt::scratchDir("cli_gamma");
+    std::ifstream in(nd + "example.tsv");
+    std::string line, table = "Cast\tLongitude [degrees_east]\tLatitude\tSalinity [PSS-78]\tTemperature [degC]\tPressure [dbar]\r\n";
+    std::vector<std::string> expected;
+    while (std::getline(in, line)) {
+        if (line.empty() || line[0] == '#') continue;
+        std::istringstream f(line);
+        std::vector<std::string> w;
+        for (std::string x; std::getline(f, x, '\t');) w.push_back(x);
+        table += w[14] + "\t" + w[0] + "\t" + w[1] + "\t" + w[2] + "\t" + w[3] + "\t" + w[4] + "\r\n";
+        expected.push_back(w[8] + "\t" + w[9] + "\t" + w[10]);
+    }
+    table += "3\t186.8833\t-28.1833\t\t2.0\t3000\r\n";  // no salinity: no label
+    kt::writeFile(dir + "/bottles.tsv", table);
+    Outcome r = kestrel(dir, "gamma bottles.tsv -o labelled.tsv --nd-data '" + nd + "'");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string out = kt::readFile(dir + "/labelled.tsv");
+    std::istringstream lines(out), original(table);
+    std::string a, b;
+    std::getline(lines, a);
+    std::getline(original, b);
+    EXPECT_EQ(a, b.substr(0, b.size() - 1) + "\tgamma_n\tgamma_n_err_lo\tgamma_n_err_hi\r");
+    for (size_t k = 0; k <= expected.size(); ++k) {
+        std::getline(lines, a);
+        std::getline(original, b);
+        ASSERT_EQ(a.substr(0, b.size() - 1), b.substr(0, b.size() - 1));  // the row as it was
+        ASSERT_EQ(a.back(), '\r');
+        const std::string added = a.substr(b.size() - 1, a.size() - b.size());
+        if (k < expected.size()) {
+            // Published values drop trailing zeros; compare as numbers.
+            std::istringstream got(added), want(expected[k]);
+            for (int q = 0; q < 3; ++q) {
+                double x, y;
+                got >> x;
+                want >> y;
+                EXPECT_NEAR(x, y, 1e-9) << "row " << k;
+            }
+        } else {
+            EXPECT_EQ(added, "\t\t\t");
+        }
+    }
+    // Without the reference data it says where to get it.
+    r = kestrel(dir, "gamma bottles.tsv -o x.tsv");
+    EXPECT_NE(r.status, 0);
+    EXPECT_NE(r.err.find("--nd-data"), std::string::npos) << r.err;
+
+    const std::string p18 = kt::dataPath("samples/go-ship_p18_2016.tsv");
+    KT_REQUIRE_FILE(p18);
+    for (const auto &[value, unit] : {std::make_pair("gamma_n", "kg/m3"), std::make_pair("theta", "[\\312C]"),
+                                      std::make_pair("sigma0", "kg/m3"), std::make_pair("aou", "mol/kg")}) {
+        SCOPED_TRACE(value);
+        r = kestrel(dir, std::string("section '") + p18 + "' --x Latitude --y Depth -q --value " + value +
+                             " --nd-data '" + nd + "' -o " + value);
+        ASSERT_EQ(r.status, 0) << r.err;
+        kt::Image png;
+        checkOutputs(dir, value, &png);
+        const std::string ps = kt::readFile(dir + "/" + value + ".ps");
+        EXPECT_NE(ps.find(unit), std::string::npos) << "no unit " << unit;
+        // Rows without oxygen are left out of the AOU, and counted in one line.
+        if (std::string(value) == "aou") {
+            EXPECT_NE(r.err.find("rows left out of aou"), std::string::npos) << r.err;
+        }
+    }
+    r = kestrel(dir, "section '" + p18 + "' --x Latitude --y Depth --value aou --oxygen Nothing");
+    EXPECT_NE(r.status, 0);
+    EXPECT_NE(r.err.find("no column 'Nothing'"), std::string::npos) << r.err;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // published check values of its equation of state, hand-worked steps, and
 // reference files that are missing, truncated or carry numbers where only
 // fill may be.
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -351,3 +352,67 @@ TEST(NeutralSteps, CrossingsOnAHandMadeCast) {
 }
 
 }  // namespace
+
+namespace {
+
+// Columns of the P18 table by name without unit; NaN for empty fields.
+std::map<std::string, std::vector<double>> readColumns(const std::string &path) {
+    std::ifstream in(path);
+    std::string line;
+    std::getline(in, line);
+    std::vector<std::string> names;
+    std::stringstream head(line);
+    for (std::string n; std::getline(head, n, '\t');) names.push_back(n.substr(0, n.find(" [")));
+    std::map<std::string, std::vector<double>> cols;
+    while (std::getline(in, line)) {
+        std::stringstream row(line);
+        std::string c;
+        for (size_t k = 0; k < names.size(); ++k) {
+            if (!std::getline(row, c, '\t')) c.clear();
+            char *end = nullptr;
+            const double v = std::strtod(c.c_str(), &end);
+            cols[names[k]].push_back(c.empty() || *end ? std::nan("") : v);
+        }
+    }
+    return cols;
+}
+
+}  // namespace
+
+TEST_F(Neutral, P18LabelsIncreaseDownwardWhereverTheWaterIsStable) {
+    const std::string path = kt::dataPath("samples/go-ship_p18_2016.tsv");
+    KT_REQUIRE_FILE(path);
+    auto c = readColumns(path);
+    std::map<std::pair<double, double>, std::vector<size_t>> casts;
+    for (size_t r = 0; r < c["Station"].size(); ++r) casts[{c["Station"][r], c["Cast"][r]}].push_back(r);
+    size_t pairs = 0, labelled = 0;
+    for (auto &[key, rows] : casts) {
+        std::vector<double> s, t, p;
+        for (size_t r : rows) {
+            if (std::isnan(c["Salinity"][r]) || std::isnan(c["Temperature"][r]) || std::isnan(c["Pressure"][r])) continue;
+            s.push_back(c["Salinity"][r]);
+            t.push_back(c["Temperature"][r] * 1.00024);  // ITS-90 to the 1968 scale
+            p.push_back(c["Pressure"][r]);
+        }
+        const size_t n = s.size();
+        std::vector<size_t> order(n);
+        for (size_t k = 0; k < n; ++k) order[k] = k;
+        std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return p[a] < p[b]; });
+        std::vector<double> g(n), lo(n), hi(n);
+        ASSERT_EQ(NDgamma_n(s.data(), t.data(), p.data(), static_cast<int32_t>(n), c["Longitude"][rows[0]],
+                            c["Latitude"][rows[0]], g.data(), lo.data(), hi.data(), -99.0, &nd),
+                  0);
+        for (size_t k = 0; k + 1 < n; ++k) {
+            const size_t a = order[k], b = order[k + 1];
+            if (g[a] == -99.0 || g[b] == -99.0) continue;
+            double sa, sb;
+            NDsig_vals(s[a], t[a], p[a], s[b], t[b], p[b], &sa, &sb);
+            if (!(sb > sa)) continue;  // the bottles themselves are inverted
+            ++pairs;
+            EXPECT_GE(g[b] - g[a], -(hi[a] + lo[b])) << "station " << key.first << " at " << p[a] << " and " << p[b];
+        }
+        for (double x : g) labelled += x != -99.0;
+    }
+    EXPECT_GT(pairs, 4500u);
+    EXPECT_GT(labelled, 5000u);
+}
