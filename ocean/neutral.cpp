@@ -263,7 +263,7 @@ void gammaErrors(const double *s, const double *t, const double *p, const double
                  double lat, double s0, double t0, double p0, double sns, double tns, double pns, int32_t kns,
                  double gammaNs, double *pthError, double *scvL, double *scvH) {
     *pthError = *scvL = *scvH = 0.0;
-    if (kns < 0 || kns + 1 >= n) return;
+    if (kns < 0 || kns >= n - 1) return;
     const double th0 = theta(s0, t0, p0, 0.0);
     const double thns = theta(sns, tns, pns, 0.0);
     double sigNs = 0;

@@ -27,7 +27,7 @@ __all__ = [
     "Grid", "grid_section", "grid_map", "contour_lines", "render_section", "render_map",
     "specific_volume", "density_anomaly", "potential_temperature", "sound_speed", "heat_capacity",
     "adiabatic_gradient", "freezing_point", "depth", "pressure", "gravity", "coriolis", "distance",
-    "o2sat", "aou", "cfc_saturation", "co2_constants", "carbonate", "preamble_path",
+    "o2sat", "aou", "gamma_n", "cfc_saturation", "co2_constants", "carbonate", "preamble_path",
 ]
 
 MAX_OBJECTIVE_POINTS = _kestrel.max_objective_points
@@ -224,6 +224,37 @@ def carbonate(t, s, total_carbon, alkalinity, constant_set=1):
     flat, shape = _same_shape(("t", "s", "tc", "ta"), arrays)
     out = _kestrel.carbonate(int(constant_set), *flat)
     return {k: out[i].reshape(shape) for i, k in enumerate(("pH", "pCO2", "co2", "hco3", "co3"))}
+
+
+def gamma_n(s, t, p, lon, lat, data_dir=None):
+    """Neutral density gamma^n (Jackett and McDougall 1997) with its lower and
+    upper error bars, as three float64 arrays (NaN where not computed).
+
+    s, t, p : salinity (PSS-78), in-situ temperature (deg C, IPTS-68) and
+        pressure (dbar) of the bottles. lon, lat : the position of a cast
+        (scalars) or of every bottle (arrays); runs of bottles at one position
+        are labelled as one cast. data_dir : folder of the published reference
+        data set (llp.fdt, stga.fdt); default $KESTREL_ND_DATA.
+    """
+    folder = data_dir or os.environ.get("KESTREL_ND_DATA")
+    if not folder:
+        raise ValueError("gamma_n needs the reference data: pass data_dir or set KESTREL_ND_DATA")
+    # double precision throughout: rounding a salinity to float32 alone moves
+    # the label by up to 1.5e-6
+    arrays = []
+    for name, a in (("s", s), ("t", t), ("p", p), ("lon", lon), ("lat", lat)):
+        arr = np.asarray(a)
+        if arr.dtype.kind not in "biuf":
+            raise TypeError(f"{name} must hold real numbers, not {arr.dtype}")
+        arrays.append(arr.astype(np.float64))
+    try:
+        b = np.broadcast_arrays(*arrays)
+    except ValueError as e:
+        raise ValueError(f"s, t, p, lon and lat do not fit together: {e}") from None
+    shape = b[0].shape
+    flat = [np.ascontiguousarray(x, dtype=np.float64).ravel() for x in b]
+    g, lo, hi = _kestrel.gamma_n(*flat, str(folder))
+    return g.reshape(shape), lo.reshape(shape), hi.reshape(shape)
 
 
 # ---- Pictures ------------------------------------------------------------------

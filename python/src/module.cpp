@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <string>
@@ -153,6 +154,54 @@ int runCommand(const std::string &command, const std::vector<std::string> &words
     throw std::invalid_argument("unknown command " + command);
 }
 
+// Neutral density of bottles at positions: the reference data of a folder
+// are loaded once and kept; runs of bottles at one position are one cast.
+py::tuple gammaN(py::array_t<double, py::array::c_style | py::array::forcecast> s,
+                 py::array_t<double, py::array::c_style | py::array::forcecast> t,
+                 py::array_t<double, py::array::c_style | py::array::forcecast> p,
+                 py::array_t<double, py::array::c_style | py::array::forcecast> lon,
+                 py::array_t<double, py::array::c_style | py::array::forcecast> lat, std::string folder) {
+    const py::ssize_t n = s.size();
+    if (t.size() != n || p.size() != n || lon.size() != n || lat.size() != n)
+        throw std::invalid_argument("s, t, p, lon and lat differ in size");
+    if (!folder.empty() && folder.back() != '/' && folder.back() != '\\') folder += '/';
+    static std::mutex cacheLock;
+    static std::vector<std::pair<std::string, std::unique_ptr<NDData>>> cache;
+    NDData *nd = nullptr;
+    {
+        std::lock_guard<std::mutex> hold(cacheLock);
+        for (auto &[name, block] : cache)
+            if (name == folder) nd = block.get();
+        if (!nd) {
+            auto block = std::make_unique<NDData>();
+            NDinitialize(block.get());
+            if (NDopen(block.get(), folder.c_str()) != 0)
+                throw std::runtime_error("cannot read the neutral density reference data (llp.fdt, stga.fdt) in " +
+                                         folder);
+            nd = block.get();
+            cache.emplace_back(folder, std::move(block));
+        }
+    }
+    py::array_t<double> g(n), lo(n), hi(n);
+    double *go = g.mutable_data(), *lw = lo.mutable_data(), *up = hi.mutable_data();
+    {
+        py::gil_scoped_release free;
+        std::lock_guard<std::mutex> hold(cacheLock);  // a block holds one call's working set
+        const double nan = std::nan("");
+        py::ssize_t start = 0;
+        while (start < n) {
+            py::ssize_t end = start + 1;
+            while (end < n && lon.data()[end] == lon.data()[start] && lat.data()[end] == lat.data()[start]) ++end;
+            const int32_t m = static_cast<int32_t>(end - start);
+            if (NDgamma_n(s.data() + start, t.data() + start, p.data() + start, m, lon.data()[start],
+                          lat.data()[start], go + start, lw + start, up + start, nan, nd) != 0)
+                for (py::ssize_t k = start; k < end; ++k) go[k] = lw[k] = up[k] = nan;
+            start = end;
+        }
+    }
+    return py::make_tuple(g, lo, hi);
+}
+
 }  // namespace
 
 PYBIND11_MODULE(_kestrel, m) {
@@ -162,6 +211,8 @@ PYBIND11_MODULE(_kestrel, m) {
     m.def("grid", &grid, py::arg("x"), py::arg("y"), py::arg("value"), py::arg("error"), py::arg("nx"),
           py::arg("ny"), py::arg("range"), py::arg("percent"), py::arg("factor"), py::arg("objective"));
     m.def("contour_lines", &contourLines, py::arg("x"), py::arg("y"), py::arg("z"), py::arg("level"));
+    m.def("gamma_n", &gammaN, py::arg("s"), py::arg("t"), py::arg("p"), py::arg("lon"), py::arg("lat"),
+          py::arg("folder"));
     m.def("run_command", &runCommand, py::arg("command"), py::arg("words"), py::arg("preamble"));
     m.attr("max_objective_points") = OA_MAX_OBJECTIVE_POINTS;
 

@@ -71,3 +71,24 @@ def test_carbonate_system_closes_the_balance():
     assert set(k) == {"k1", "k2", "kw", "ks", "kf", "kb", "k0", "tk"}
     # Dickson, Sabine and Christian (2007), SOP: pK1 = 5.847 at 25 C, S 35 (Mehrbach, refitted)
     assert -np.log10(k["k1"][1]) == pytest.approx(5.847, abs=0.01)
+
+
+def test_gamma_n_reproduces_the_published_example():
+    import os
+    from conftest import DATA
+    folder = DATA / "neutral-density"
+    if not (folder / "stga.fdt").is_file():
+        pytest.skip("no neutral density reference data")
+    rows = np.genfromtxt(folder / "example.tsv", comments="#", delimiter="\t", usecols=range(11))
+    lon, lat, s, t, p, g_ref, lo_ref, hi_ref = (rows[:, k] for k in range(8))
+    g, lo, hi = kestrel.gamma_n(s, t, p, lon, lat, folder)
+    np.testing.assert_allclose(g, g_ref, atol=1e-6, rtol=0)
+    np.testing.assert_allclose(lo, lo_ref, atol=1e-6, rtol=0)
+    np.testing.assert_allclose(hi, hi_ref, atol=1e-6, rtol=0)
+    # one cast given by a scalar position; a bottle out of range is NaN
+    g1, _, _ = kestrel.gamma_n([35.0, 43.0], [10.0, 10.0], [100.0, 100.0], 187.317, -41.6667, folder)
+    assert np.isfinite(g1[0]) and np.isnan(g1[1])
+    with pytest.raises(RuntimeError):
+        kestrel.gamma_n(35, 10, 100, 187, -41, "/no/such/folder")
+    with pytest.raises(ValueError):
+        kestrel.gamma_n([35, 35], [10], [100, 100, 100], 187, -41, folder)

@@ -551,3 +551,59 @@ TEST_F(Hostile, GifEncoderStateAndCanvasSizes) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(Hostile, NeutralDensityWithBadBlocksSizesAndValues) {
+    NDData nd;
+    NDinitialize(&nd);
+    EXPECT_EQ(NDopen(nullptr, "/tmp/"), 1);
+    EXPECT_EQ(NDopen(&nd, nullptr), 1);
+    const std::string longPrefix(5000, 'd');
+    EXPECT_EQ(NDopen(&nd, longPrefix.c_str()), 1);
+    EXPECT_EQ(NDread(187, -41, &nd), 1);
+    EXPECT_EQ(NDread(187, -41, nullptr), 1);
+    double s = 35, t = 10, p = 100, g = 0, lo = 0, hi = 0;
+    EXPECT_EQ(NDgamma_n(&s, &t, &p, 1, 187, -41, &g, &lo, &hi, -99, &nd), 1);  // not loaded
+    EXPECT_EQ(NDgamma_n(nullptr, nullptr, nullptr, INT32_MAX, 187, -41, nullptr, nullptr, nullptr, -99, &nd), 1);
+    EXPECT_EQ(NDgamma_n(&s, &t, &p, INT32_MIN, 187, -41, &g, &lo, &hi, -99, &nd), 1);
+    for (double v : {double(kNaN), double(kInf), -double(kInf), 1e300})
+        EXPECT_EQ(NDgamma_n(&s, &t, &p, 1, v, v, &g, &lo, &hi, -99, &nd), 1);
+    NDclose(&nd);
+    NDclose(nullptr);
+    // The steps with sizes that are not sizes and values that are not numbers.
+    const double x[3] = {double(kNaN), 1, double(kInf)};
+    for (int32_t n : {INT32_MIN, -1, 0})
+        EXPECT_EQ(NDindx(x, n, 0.5), -1);
+    EXPECT_EQ(NDindx(x, 3, kNaN), -1);
+    double a, b, c;
+    int32_t it, count = 7;
+    double ss[50], ts[50], ps[50];
+    for (int32_t n : {INT32_MIN, -5, 0}) {
+        NDdepth_ns(x, x, x, n, 35, 10, 100, &a, &b, &c);
+        EXPECT_EQ(c, -99.0);
+        NDdepth_scv(x, x, x, n, 35, 10, 100, ss, ts, ps, &count);
+        EXPECT_EQ(count, 0);
+        NDstp_interp(x, x, x, n, &a, &b, 1);
+        NDgoor(x, x, x, x, n, 35, 10, 100, &a, &b, &c, &c);
+    }
+    NDdepth_scv(x, x, x, 3, 35, 10, 100, nullptr, nullptr, nullptr, nullptr);
+    for (int32_t k : {INT32_MIN, -1, 0, 3, INT32_MAX}) NDe_solve(x, x, x, x, 3, k, 35, 10, 100, &a, &b, &c, &it);
+    for (int32_t k : {INT32_MIN, 3}) NDscv_solve(x, x, x, x, 3, k, 35, 10, 100, &a, &b, &c, &it);
+    NDdepth_ns(x, x, x, 3, kNaN, kInf, -kInf, &a, &b, &c);  // NaN casts cross nowhere
+    NDgoor(x, x, x, x, 3, kNaN, kNaN, kNaN, &a, &b, &c, &c);
+    NDgoor_solve(kNaN, kInf, 0, 1, 1, 1, kNaN, 0, 0, 0, kNaN, &a, &b);
+    NDgamma_errors(nullptr, x, x, x, x, 3, 0, 0, 35, 10, 100, 35, 10, 100, 0, 27, &a, &b, &c);
+    NDgamma_errors(x, x, x, x, x, 3, 0, -70, 35, 10, 100, 35, 10, 100, INT32_MAX, 27, &a, &b, &c);
+    EXPECT_EQ(a, 0.0);
+    for (double v : {double(kNaN), double(kInf), -1e300}) {
+        NDsvan(v, v, v, nullptr);
+        NDtheta(v, v, v, v);
+        NDeos8d(v, v, v, nullptr);
+        NDeosall(v, v, v, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+        NDderthe(v, v, v, nullptr, nullptr, nullptr);
+        NDocean_test(v, v, INT32_MAX, v, v, INT32_MIN, v);
+    }
+}
+
+}  // namespace
