@@ -84,6 +84,8 @@ void beep();
 // ---- Files (KFILE) ---------------------------------------------------------
 KFILE fileCreate(const char *path);       // read/write, shared, always created anew
 KFILE fileOpenRead(const char *path);     // existing file, read only
+KFILE fileOpenReadExclusive(const char *path); // existing file, read only, nobody else may open it meanwhile
+                                               // (an advisory lock where the system has no sharing modes)
 KFILE fileOpenReadWrite(const char *path);// existing file, read and write
 long fileWrite(KFILE f, const void *data, size_t n);  // bytes written, -1 on error
 long fileRead(KFILE f, void *data, size_t n);         // bytes read, -1 on error

@@ -64,6 +64,12 @@ KESTREL_API int32_t KESTREL_CALL KFileWriteText(KFILE file, const char *text);
 /* Closes such a file handle (null is ignored). */
 KESTREL_API void KESTREL_CALL KFileClose(KFILE file);
 
+/* Opens an existing file for reading, as a Windows host opens a
+ * topography grid with CreateFile for GetEtopoHeight: exclusively (an
+ * advisory lock held until KFileClose), null when the file is missing or
+ * held by someone else. */
+KESTREL_API KFILE KESTREL_CALL KFileOpenRead(const char *path);
+
 /* Host callbacks; any member may be null. */
 typedef struct KUICallbacks {
     void *user; /* passed back to every callback */

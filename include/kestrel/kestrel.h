@@ -17,6 +17,7 @@
 #include "seawater.h"
 #include "gas.h"
 #include "neutral.h"
+#include "topography.h"
 #include "rootsearch.h"
 #include "la.h"
 #include "fit.h"

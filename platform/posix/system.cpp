@@ -7,6 +7,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/utsname.h>
 #include <unistd.h>
@@ -96,6 +97,16 @@ KFILE fileOpenRead(const char *path) {
     return fd < 0 ? nullptr : new KFile_{fd};
 }
 
+KFILE fileOpenReadExclusive(const char *path) {
+    int fd = ::open(path, O_RDONLY);
+    if (fd < 0) return nullptr;
+    if (::flock(fd, LOCK_EX | LOCK_NB) != 0) {
+        ::close(fd);
+        return nullptr;
+    }
+    return new KFile_{fd};
+}
+
 KFILE fileOpenReadWrite(const char *path) {
     int fd = ::open(path, O_RDWR);
     return fd < 0 ? nullptr : new KFile_{fd};
@@ -156,5 +167,9 @@ KESTREL_API int32_t KESTREL_CALL KFileWriteText(KFILE file, const char *text) {
 }
 
 KESTREL_API void KESTREL_CALL KFileClose(KFILE file) { kestrel::plat::fileClose(file); }
+
+KESTREL_API KFILE KESTREL_CALL KFileOpenRead(const char *path) {
+    return path ? kestrel::plat::fileOpenReadExclusive(path) : nullptr;
+}
 
 }  // extern "C"

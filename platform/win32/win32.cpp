@@ -63,6 +63,10 @@ KFILE fileOpenRead(const char *path) {
                             nullptr));
 }
 
+KFILE fileOpenReadExclusive(const char *path) {
+    return wrap(CreateFileA(path, GENERIC_READ, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
 KFILE fileOpenReadWrite(const char *path) {
     return wrap(CreateFileA(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
