@@ -52,6 +52,11 @@ inline int32_t floorIndex(double v) {
     return truncIndex(std::floor(v));
 }
 
+// Stretches one axis of m grid lines g with scale lengths len into t (t[0]
+// = 0, each interval scaled by R / its left line's length) and stores the
+// reference length R (the largest length that is not missing) and 1/R.
+void transformAxis(int32_t m, const float *g, float *t, const float *len, float *refOut, float *refInvOut);
+
 // The number of points a routine may index: nPoints when it lies within
 // [0, capacity], otherwise -1 and the routine takes its failure path. The
 // host writes the counts of the record directly, so no array is indexed with

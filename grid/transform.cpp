@@ -24,7 +24,6 @@
 #include "numerics/numerics.h"
 
 namespace kestrel {
-namespace {
 
 void transformAxis(int32_t m, const float *g, float *t, const float *len, float *refOut, float *refInvOut) {
     float lo, hi;
@@ -37,6 +36,8 @@ void transformAxis(int32_t m, const float *g, float *t, const float *len, float 
     for (int32_t k = 1; k < m; ++k)
         t[k] = static_cast<float>(t[k - 1] + (static_cast<double>(g[k]) - g[k - 1]) * R / len[k - 1]);
 }
+
+namespace {
 
 double interpolate(double c, const float *g, const float *t, int32_t a, int32_t b) {
     const double w = static_cast<double>(g[b]) - g[a];

@@ -18,6 +18,7 @@
 #include "gas.h"
 #include "neutral.h"
 #include "topography.h"
+#include "d3.h"
 #include "rootsearch.h"
 #include "la.h"
 #include "fit.h"
