@@ -19,6 +19,7 @@
 #include "neutral.h"
 #include "topography.h"
 #include "d3.h"
+#include "gazetteer.h"
 #include "rootsearch.h"
 #include "la.h"
 #include "fit.h"
