@@ -20,19 +20,6 @@
 
 namespace {
 
-struct MapOptions {
-    int proj = 4;
-    float lonMin = -180, lonMax = 180, latMin = -90, latMax = 90;
-    bool haveDomain = false;
-    float centreLon = 0, centreLat = 0;
-    bool haveCentre = false;
-    std::string coast, lakes, stations, title, preamble;
-    bool grid = true, fillLand = true;
-    int width = 1000, height = 800;
-    int symbol = 1;
-    float symbolSize = 0.25f;
-    std::string out = "kestrel-map";
-};
 
 const char *const kProjNames[7] = {"none", "north", "equatorial", "south", "mollweide", "ortho", "oblique"};
 
@@ -51,6 +38,10 @@ void mapUsage(std::FILE *to) {
                  "  --stations FILE    table of stations: lon lat per line ('#' comments), drawn as symbols\n"
                  "  --symbol N         symbol type 1..8 (dots, squares, diamonds, triangles, inverted\n"
                  "                     triangles, stars, Xs, crosses); --symbol-size S in cm (default 0.25)\n"
+                 "  --topo FILE        shade the sea floor and land heights of a topography grid (the\n"
+                 "                     headerless 5-minute grid or one with an ETOPO01 header) under the coast\n"
+                 "  --gazetteer FILE   mark and label the named features of a gazetteer file on the map\n"
+                 "  --features TYPE    only features whose type contains TYPE (sea, ocean, bay, ...)\n"
                  "  --title TEXT       title above the map\n"
                  "  --size WxH         picture size in pixels at 40 pixels per cm (default 1000x800)\n"
                  "  --preamble FILE    PostScript preamble (default: the project's data/preamble/kestrel.ps)\n"
@@ -123,8 +114,8 @@ void psText(KFILE f, const std::string &s) { kestrel::plat::fileWriteText(f, s.c
 
 }  // namespace
 
-int mapCommand(int argc, char **argv) {
-    MapOptions o;
+int parseMapOptions(int argc, char **argv, MapOptions *out) {
+    MapOptions &o = *out;
     if (const char *env = std::getenv("KESTREL_COASTLINES")) o.coast = env;
 #ifdef KESTREL_SOURCE_DIR
     o.preamble = std::string(KESTREL_SOURCE_DIR) + "/data/preamble/kestrel.ps";
@@ -179,6 +170,15 @@ int mapCommand(int argc, char **argv) {
         } else if (a == "--title") {
             if (!value(&v)) return 2;
             o.title = v;
+        } else if (a == "--topo") {
+            if (!value(&v)) return 2;
+            o.topo = v;
+        } else if (a == "--gazetteer") {
+            if (!value(&v)) return 2;
+            o.gazetteer = v;
+        } else if (a == "--features") {
+            if (!value(&v)) return 2;
+            o.features = v;
         } else if (a == "--preamble") {
             if (!value(&v)) return 2;
             o.preamble = v;
@@ -215,6 +215,18 @@ int mapCommand(int argc, char **argv) {
             return 2;
         }
     }
+    return -1;
+}
+
+int mapCommand(int argc, char **argv) {
+    MapOptions o;
+    const int status = parseMapOptions(argc, argv, &o);
+    if (status >= 0) return status;
+    MapHooks hooks;
+    return drawMap(o, hooks);
+}
+
+int drawMap(MapOptions o, const MapHooks &hooks) {
     if (!o.haveCentre) {
         o.centreLon = (o.lonMin + o.lonMax) * 0.5f;
         o.centreLat = static_cast<float>(DfltPoleLat(o.proj, o.latMin, o.latMax, (o.latMin + o.latMax) * 0.5f));
@@ -269,6 +281,7 @@ int mapCommand(int argc, char **argv) {
         return 1;
     }
 
+    int status = 0;
     const std::string psName = o.out + ".ps", pngName = o.out + ".png", gifName = o.out + ".gif";
     KFILE ps = nullptr;
     if (fileExists(o.preamble))
@@ -288,8 +301,17 @@ int mapCommand(int argc, char **argv) {
     if (ps) psText(ps, "gsave\n");
     ClipMapWindow(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, 0);
     const int land = FindClosestColor(0.82f, 0.82f, 0.82f), white = 1, black = 0, red = 2;
+    const MapGeometry geo{lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, cLon, cLat};
+    if (!o.topo.empty() && !drawTopography(dc, ps, o.topo, geo)) {
+        std::fprintf(stderr, "kestrel map: cannot read the topography grid '%s'\n", o.topo.c_str());
+        if (ps) kestrel::plat::fileClose(ps);
+        KCanvasDestroy(dc);
+        hdcMem = nullptr;
+        return 1;
+    }
+    if (hooks.underlay) hooks.underlay(dc, ps, geo);
     if (!o.coast.empty()) {
-        if (o.fillLand) {
+        if (o.fillLand && o.topo.empty() && !hooks.underlay) {
             SetColor(land);
             PSSetColor(ps, land);
             DrawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,
@@ -328,6 +350,10 @@ int mapCommand(int argc, char **argv) {
         DrawSymbols(dc, ps, x.data(), y.data(), static_cast<int32_t>(x.size()), o.symbol, o.symbolSize);
         std::printf("kestrel map: %zu of %zu stations on the map\n", x.size(), stLon.size());
     }
+    if (!o.gazetteer.empty() && !drawGazetteer(dc, ps, o, geo)) {
+        std::fprintf(stderr, "kestrel map: cannot read the gazetteer '%s'\n", o.gazetteer.c_str());
+        status = 1;
+    }
     if (ps) psText(ps, "grestore\n");
     ClipVWP(dc, 0);
 
@@ -357,7 +383,7 @@ int mapCommand(int argc, char **argv) {
         }
     }
 
-    int status = 0;
+    if (hooks.overlay) hooks.overlay(dc, ps, geo);
     if (ps) {
         psText(ps, "EndPlot\nshowpage\n");
         kestrel::plat::fileClose(ps);
