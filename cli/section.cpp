@@ -406,13 +406,41 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     // The seafloor under the stations, dark grey, where the table has a
     // bottom depth column: a polygon along the stations' bottom depths,
     // closed along the lower edge of the plot, clipped to the viewport.
-    if (down && cb >= 0) {
-        std::vector<std::pair<float, float>> floor;
-        for (const auto &row : table.rows) {
-            const double x = row[static_cast<size_t>(cx)], b = row[static_cast<size_t>(cb)];
-            if (std::isfinite(x) && std::isfinite(b) && b > 0 && std::fabs(x) < 1e30 && b < 1e5)
-                floor.emplace_back(static_cast<float>(x), static_cast<float>(b));
+    // With a topography grid, the sea floor along the stations' track instead:
+    // the depth of the grid cell at each station's position.
+    std::vector<std::pair<float, float>> floor;
+    if (!o.topo.empty()) {
+        const int clon = findColumn(table, "Longitude"), clat = findColumn(table, "Latitude");
+        EtopoHeader header;
+        KFILE grid = OpenEtopoFileEx(o.topo.c_str(), &header);
+        const bool headered = grid != nullptr;
+        if (!grid) grid = KFileOpenRead(o.topo.c_str());
+        if (!grid || clon < 0 || clat < 0) {
+            std::fprintf(stderr, "kestrel: %s\n",
+                         grid ? "--topo needs the table's Longitude and Latitude columns"
+                              : ("cannot read the topography grid " + o.topo).c_str());
+            if (grid) KFileClose(grid);
+        } else {
+            for (const auto &row : table.rows) {
+                const double x = row[static_cast<size_t>(cx)], lon = row[static_cast<size_t>(clon)],
+                             lat = row[static_cast<size_t>(clat)];
+                if (!std::isfinite(x) || !std::isfinite(lon) || !std::isfinite(lat) || std::fabs(x) > 1e30 ||
+                    std::fabs(lat) > 90 || std::fabs(lon) > 720)
+                    continue;
+                const int16_t hgt = headered ? GetEtopoHeightEx(grid, header, static_cast<float>(lon), static_cast<float>(lat))
+                                             : GetEtopoHeight(grid, static_cast<float>(lon), static_cast<float>(lat));
+                floor.emplace_back(static_cast<float>(x), static_cast<float>(std::max(-static_cast<int>(hgt), 0)));
+            }
+            KFileClose(grid);
         }
+    }
+    if (down && (cb >= 0 || !floor.empty())) {
+        if (floor.empty())
+            for (const auto &row : table.rows) {
+                const double x = row[static_cast<size_t>(cx)], b = row[static_cast<size_t>(cb)];
+                if (std::isfinite(x) && std::isfinite(b) && b > 0 && std::fabs(x) < 1e30 && b < 1e5)
+                    floor.emplace_back(static_cast<float>(x), static_cast<float>(b));
+            }
         std::sort(floor.begin(), floor.end());
         floor.erase(std::unique(floor.begin(), floor.end(),
                                 [](const auto &a, const auto &b) { return a.first == b.first; }),
@@ -520,6 +548,8 @@ const char *const kSectionUsage =
     "    --title TEXT    plot title (default: the value column with its unit)\n"
     "    --bottom COL    seafloor depth column, drawn grey under a depth section (default: a column\n"
     "                    named Bottom, Bot. Depth, Bottom Depth or Water Depth; none: no seafloor)\n"
+    "    --topo FILE     sea floor from a topography grid along the stations' positions (Longitude,\n"
+    "                    Latitude columns) instead of from the bottom depth column\n"
     "    --lines N       about N contour levels at a 1-2-5 step, every second labelled (20)\n"
     "    --columns N     at most N grid columns (120)\n"
     "    --percent P     scale length at the densest node, % of the axis (3)\n"
@@ -545,7 +575,8 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
         const int values = a == "--stretch" ? 2
                            : (a == "--x" || a == "--y" || a == "--value" || a == "-o" || a == "--title" ||
                               a == "--preamble" || a == "--palette" || a == "--columns" || a == "--lines" ||
-                              a == "--percent" || a == "--factor" || a == "--max-error" || a == "--bottom")
+                              a == "--percent" || a == "--factor" || a == "--max-error" || a == "--bottom" ||
+                              a == "--topo")
                                ? 1
                                : 0;
         if (values && i + values >= argc) {
@@ -563,6 +594,8 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
             (a == "--x" ? o->x : a == "--y" ? o->y : o->value) = argv[++i];
         } else if (a == "--bottom") {
             o->bottom = argv[++i];
+        } else if (a == "--topo") {
+            o->topo = argv[++i];
         } else if (a == "-o" || a == "--title" || a == "--preamble" || a == "--palette") {
             (a == "-o" ? o->name : a == "--title" ? o->title : a == "--preamble" ? *preamble : o->palette) = argv[++i];
             ok = !(a == "-o" && o->name.empty());

@@ -35,6 +35,7 @@ struct DerivedOptions {
 struct SectionOptions {
     std::string data, x, y, value;
     std::string bottom;        // seafloor depth column; empty: found by name, "none": no seafloor
+    std::string topo;          // topography grid for the seafloor along the track (overrides bottom)
     std::string name = "kestrel-section";
     std::string preamble, palette, title;
     int32_t columns = 120;     // grid columns at most
