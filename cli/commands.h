@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "kestrel/kestrel.h"
 
@@ -16,6 +17,7 @@ struct MapOptions {
     std::string coast, lakes, stations, title, preamble;
     std::string topo;                 // topography grid shaded under the coast
     std::string gazetteer, features;  // named features and a type filter
+    std::vector<float> stationLon, stationLat;  // stations given directly, besides a stations file
     bool grid = true, fillLand = true;
     int width = 1000, height = 800;
     int symbol = 1;
@@ -48,6 +50,9 @@ int drawMap(MapOptions o, const MapHooks &hooks);
 // Shades a topography grid over the map, cell by cell through the lookup
 // (false when the grid cannot be opened).
 bool drawTopography(KDC dc, KFILE ps, const std::string &path, const MapGeometry &g);
+
+// "kestrel grid3d TABLE.tsv --x COL --y COL --z COL --value COL [options] -o NAME".
+int grid3dMain(int argc, char **argv, const std::string &preamble);
 
 // Marks and labels the gazetteer's features on the map (false when it
 // cannot be loaded).

@@ -23,6 +23,9 @@ int usage(std::FILE *to) {
                  "          (kestrel map --help for its options)\n",
                  kSectionUsage);
     std::fprintf(to, "%s%s", kGammaUsage, kDerivedUsage);
+    std::fprintf(to, "       kestrel grid3d TABLE.tsv --x COL --y COL --z COL --value COL [--slice DEPTH] -o NAME\n"
+                     "  grid3d  grid a survey in three dimensions, write the field as a spreadsheet and draw a\n"
+                     "          depth of it as a map (kestrel grid3d --help)\n");
     return to == stderr ? 2 : 0;
 }
 
@@ -53,6 +56,7 @@ int main(int argc, char **argv) {
     if (cmd == "--help" || cmd == "-h" || cmd == "help") return usage(stdout);
     if (cmd == "map") return mapCommand(argc - 2, argv + 2);
     if (cmd == "gamma") return gammaMain(argc - 2, argv + 2);
+    if (cmd == "grid3d") return grid3dMain(argc - 2, argv + 2, findPreamble("", argv[0]));
     if (cmd == "section")
         return sectionMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
     if (cmd == "demo")

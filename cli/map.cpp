@@ -236,7 +236,7 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
         return 1;
     }
     if (o.coast.empty()) coastHint("no coastline file given: drawing the map without coastlines");
-    std::vector<float> stLon, stLat;
+    std::vector<float> stLon = o.stationLon, stLat = o.stationLat;
     if (!o.stations.empty() && !readStations(o.stations, &stLon, &stLat)) {
         std::fprintf(stderr, "kestrel map: cannot read station table '%s'\n", o.stations.c_str());
         return 1;
@@ -311,7 +311,7 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     }
     if (hooks.underlay) hooks.underlay(dc, ps, geo);
     if (!o.coast.empty()) {
-        if (o.fillLand && o.topo.empty() && !hooks.underlay) {
+        if (o.fillLand && o.topo.empty()) {
             SetColor(land);
             PSSetColor(ps, land);
             DrawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,

@@ -261,3 +261,58 @@ TEST(Cli, NeutralDensityOfATableAndDerivedSections) {
 }
 
 }  // namespace
+
+namespace {
+
+// The faces of the 3-D analysis, topography and the gazetteer: a WCOA
+// survey gridded in three dimensions (its spreadsheet, one station of
+// type B per grid column, and a slice map), a map over topography with
+// the named seas, and a section whose floor comes from the grid.
+TEST(Cli, SurveyInThreeDimensionsTopographyAndGazetteer) {
+    const std::string wcoa = kt::dataPath("samples/wcoa2013.tsv");
+    const std::string topo = kt::dataPath("topography/etopo20.grd");
+    const std::string features = kt::dataPath("gazetteer/ocean_features.tsv");
+    KT_REQUIRE_FILE(wcoa);
+    KT_REQUIRE_FILE(topo);
+    KT_REQUIRE_FILE(features);
+    const std::string dir = kt::scratchDir("cli_3d");
+    Outcome r = kestrel(dir, "grid3d '" + wcoa + "' --x Longitude --y Latitude --z Depth --value Oxygen --nx 12 --ny 30 "
+                                 "--nz 8 --slice 150 -q -o wcoa");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string sheet = kt::readFile(dir + "/wcoa.txt");
+    EXPECT_EQ(sheet.substr(0, sheet.find('\n')),
+              "Cruise\tStation\tType\tmon/day/yr\tLon (\xB0" "E)\tLat (\xB0N)\tBot. Depth [m]\tDepth [m]\t"
+              "Oxygen [umol/kg]\tError Oxygen  [rel. units]");
+    size_t rows = 0;
+    for (char c : sheet) rows += c == '\n';
+    EXPECT_EQ(rows, 1u + 12 * 30 * 8);
+    EXPECT_EQ(sheet.find("\nwcoa2013\t1\tB\t\t"), sheet.find('\n'));  // cruise from the table's name
+    EXPECT_EQ(sheet.find("\t-12"), std::string::npos);  // longitudes west of 0 written plus 360
+    kt::Image png;
+    ASSERT_TRUE(kt::loadPNG(dir + "/wcoa-150.png", &png));
+    EXPECT_TRUE(kt::fileExists(dir + "/wcoa-150.ps"));
+
+    r = kestrel(dir, "gamma nothing");  // keeps the gamma usage honest too
+    EXPECT_NE(r.status, 0);
+
+    const std::string gzt = dir + "/ocean.gzt";
+    ASSERT_EQ(std::system(("/usr/bin/python3 '" + kt::sourcePath("tools/make_gazetteer.py") + "' '" + features + "' '" +
+                           gzt + "' > /dev/null")
+                              .c_str()),
+              0);
+    r = kestrel(dir, "map -p mollweide --topo '" + topo + "' --gazetteer '" + gzt + "' --features sea -o seas");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("features named on the map"), std::string::npos) << r.out;
+    ASSERT_TRUE(kt::loadPNG(dir + "/seas.png", &png));
+    r = kestrel(dir, "map --topo /no/such/grid -o x");
+    EXPECT_NE(r.status, 0);
+    EXPECT_NE(r.err.find("topography grid"), std::string::npos) << r.err;
+
+    const std::string p18 = kt::dataPath("samples/go-ship_p18_2016.tsv");
+    KT_REQUIRE_FILE(p18);
+    r = kestrel(dir, "section '" + p18 + "' --x Latitude --y Depth --value Oxygen --topo '" + topo + "' -q -o floor");
+    ASSERT_EQ(r.status, 0) << r.err;
+    ASSERT_TRUE(kt::loadPNG(dir + "/floor.png", &png));
+}
+
+}  // namespace
