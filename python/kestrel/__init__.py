@@ -27,7 +27,7 @@ __all__ = [
     "Grid", "grid_section", "grid_map", "contour_lines", "render_section", "render_map",
     "specific_volume", "density_anomaly", "potential_temperature", "sound_speed", "heat_capacity",
     "adiabatic_gradient", "freezing_point", "depth", "pressure", "gravity", "coriolis", "distance",
-    "o2sat", "aou", "gamma_n", "cfc_saturation", "co2_constants", "carbonate", "preamble_path",
+    "o2sat", "aou", "gamma_n", "grid3d", "Grid3D", "topography", "cfc_saturation", "co2_constants", "carbonate", "preamble_path",
 ]
 
 MAX_OBJECTIVE_POINTS = _kestrel.max_objective_points
@@ -133,6 +133,52 @@ def grid_map(lon, lat, value, nx=180, ny=90, *, error=None, lon_range=None, lat_
         raise ValueError("latitudes must lie within -90..90")
     return _grid(lon, lat_arr, value, nx, ny, error, lon_range, lat_range, scale, factor, method,
                  ("lat", "lon"))
+
+
+class Grid3D(namedtuple("Grid3D", "estimate spread distance x y z")):
+    """A three-dimensional field: estimate, spread and distance are (nz, ny,
+    nx) float32 arrays (nodes with no data in reach: estimate 0 and distance
+    1e10, as the library gives them); x, y, z the grid lines (z up)."""
+
+    def to_xarray(self, name="estimate"):
+        import xarray as xr
+        dims = ("z", "lat", "lon")
+        return xr.Dataset({name: (dims, self.estimate), "spread": (dims, self.spread),
+                           "distance": (dims, self.distance)},
+                          coords={"lon": self.x, "lat": self.y, "z": self.z})
+
+
+def grid3d(x, y, z, value, nx=40, ny=40, nz=20, *, x_range=None, y_range=None, z_range=None, scale=5.0):
+    """Grid a survey on nx x ny x nz nodes with the three-dimensional
+    averaging estimator: x longitude, y latitude, z up (depths negative).
+    scale: per cent of each axis (one number or three) for the scale length
+    at the densest node. Returns a :class:`Grid3D`."""
+    x, y, z, value = (_real(n, a, 1) for n, a in (("x", x), ("y", y), ("z", z), ("value", value)))
+    if not (len(x) == len(y) == len(z) == len(value)):
+        raise ValueError("x, y, z and value differ in length")
+    if len(x) < 3:
+        raise ValueError(f"at least 3 samples are needed, got {len(x)}")
+    nx, ny, nz = int(nx), int(ny), int(nz)
+    if min(nx, ny, nz) < 1 or nx * ny * nz > 50_000_000:
+        raise ValueError(f"{nx} x {ny} x {nz} nodes: each axis needs 1 or more, 50 million in all at most")
+    ranges = []
+    for name, data, r in (("x", x, x_range), ("y", y, y_range), ("z", z, z_range)):
+        r = (float(data.min()), float(data.max())) if r is None else tuple(map(float, r))
+        if len(r) != 2 or not np.all(np.isfinite(r)):
+            raise ValueError(f"the {name} range must be two finite numbers")
+        ranges += list(r)
+    scale = [float(s) for s in (scale if np.ndim(scale) else (scale,) * 3)]
+    r = _kestrel.grid3d(x, y, z, value, nx, ny, nz, ranges, scale)
+    return Grid3D(r["estimate"], r["spread"], r["distance"], r["x"], r["y"], r["z"])
+
+
+def topography(lon, lat, path):
+    """Heights (metres, positive up; depths negative) of a topography grid at
+    positions: the cell containing each point, read straight from the file
+    (the headerless 5-minute grid or one with an ETOPO01 header)."""
+    lon_a, lat_a = np.broadcast_arrays(_real("lon", lon), _real("lat", lat))
+    out = _kestrel.topography(np.ascontiguousarray(lon_a).ravel(), np.ascontiguousarray(lat_a).ravel(), str(path))
+    return out.reshape(lon_a.shape)
 
 
 def contour_lines(x, y, z, level):

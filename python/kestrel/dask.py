@@ -43,7 +43,7 @@ def _as_dask_points(points):
         cols = [c if isinstance(c, da.Array) else da.from_array(np.asarray(c), chunks=1_000_000) for c in cols]
         chunks = cols[0].chunks
         cols = [c.rechunk(chunks) for c in cols]
-        return da.stack(cols, axis=1)
+        return da.stack(cols, axis=1).rechunk({1: 4})
     arr = points if isinstance(points, da.Array) else da.from_array(np.asarray(points), chunks=(1_000_000, 4))
     if arr.ndim != 2 or arr.shape[1] != 4:
         raise ValueError(f"points must be an (n, 4) array of x, y, z, value, not of shape {arr.shape}")
@@ -60,7 +60,7 @@ def _histograms(block, ranges):
         ok = (u >= 0) & (u <= 1)
         idx = np.minimum((10.0 * u[ok]).astype(np.int64), 9)
         out[k] = np.bincount(idx, minlength=10)[:10]
-    return out[None]
+    return out
 
 
 def _surrogate(counts, a, b):
@@ -122,13 +122,11 @@ def grid3d(points, grid, chunks=(64, 64, 8), client=None):
             raise ValueError(f"axis {k} range must be two different finite numbers, got {r}")
         ranges += list(r)
 
-    counts = pts.map_blocks(_histograms, ranges, dtype=np.float64, chunks=((1,) * pts.numblocks[0], (3,), (10,)),
-                            new_axis=2).sum(axis=0)
-    (counts,) = run(counts)
+    parts = pts.to_delayed().ravel()
+    counts = sum(run(*[dask.delayed(_histograms)(p, ranges) for p in parts]))
     geometry = _kestrel.grid3d_geometry(*(_surrogate(counts[k], ranges[2 * k], ranges[2 * k + 1]) for k in range(3)),
                                         nx, ny, nz, ranges, list(scale))
 
-    parts = pts.to_delayed().ravel()
     tiles, boxes = [], []
     gt = (geometry["xgt"], geometry["ygt"], geometry["zgt"])
     ref = np.array([geometry["xlen_max"], geometry["ylen_max"], geometry["zlen_max"]])

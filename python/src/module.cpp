@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -202,6 +203,190 @@ py::tuple gammaN(py::array_t<double, py::array::c_style | py::array::forcecast> 
     return py::make_tuple(g, lo, hi);
 }
 
+// ---- Three dimensions -----------------------------------------------------------
+
+struct D3Guard {
+    D3Set set;
+    std::vector<float *> borrowed;  // axis arrays lent to the set, given back before it is freed
+    D3Guard() { std::memset(&set, 0, sizeof set); }
+    ~D3Guard() { D3FreeSet(&set); }
+    D3Guard(const D3Guard &) = delete;
+    D3Guard &operator=(const D3Guard &) = delete;
+};
+
+void fillPoints(D3Set &s, const FloatArray &x, const FloatArray &y, const FloatArray &z, const FloatArray &v) {
+    const py::ssize_t n = x.size();
+    for (py::ssize_t i = 0; i < n; ++i) {
+        s.x[i] = x.data()[i], s.y[i] = y.data()[i], s.z[i] = z.data()[i], s.val[i] = v.data()[i];
+        s.err[i] = s.errInv[i] = 1.0f;
+        s.use[i] = 1;
+    }
+    s.nPoints = static_cast<int32_t>(n);
+}
+
+void setRanges(D3Set &s, const std::vector<float> &r) {
+    if (r.size() != 6) throw std::invalid_argument("ranges needs six numbers");
+    s.xmin = r[0], s.xmax = r[1], s.ymin = r[2], s.ymax = r[3], s.zmin = r[4], s.zmax = r[5];
+}
+
+py::array_t<float> copyOf(const float *p, py::ssize_t n) {
+    py::array_t<float> a(n);
+    std::memcpy(a.mutable_data(), p, static_cast<size_t>(n) * sizeof(float));
+    return a;
+}
+
+py::dict grid3d(const FloatArray &x, const FloatArray &y, const FloatArray &z, const FloatArray &v, int32_t nx,
+                int32_t ny, int32_t nz, std::vector<float> ranges, std::vector<float> percent) {
+    const py::ssize_t n = x.size();
+    if (y.size() != n || z.size() != n || v.size() != n) throw std::invalid_argument("x, y, z and value differ in length");
+    if (percent.size() != 3) throw std::invalid_argument("percent needs three numbers");
+    D3Guard g;
+    {
+        py::gil_scoped_release free;
+        std::lock_guard<std::mutex> hold(libraryLock());
+        if (!D3AllocSet(&g.set, nx, ny, nz, static_cast<int32_t>(n))) throw std::runtime_error("no memory for the grid");
+        fillPoints(g.set, x, y, z, v);
+        setRanges(g.set, ranges);
+        D3GenerateGrid(&g.set, percent[0], percent[1], percent[2]);
+        D3EstimateField(&g.set);
+    }
+    const D3Set &s = g.set;
+    const std::vector<py::ssize_t> shape{s.nz, s.ny, s.nx};
+    const py::ssize_t nodes = static_cast<py::ssize_t>(s.nx) * s.ny * s.nz;
+    py::dict out;
+    out["estimate"] = copyOf(s.gridEst, nodes).reshape(shape);
+    out["spread"] = copyOf(s.gridSpread, nodes).reshape(shape);
+    out["distance"] = copyOf(s.gridDist, nodes).reshape(shape);
+    out["x"] = copyOf(s.xg, s.nx);
+    out["y"] = copyOf(s.yg, s.ny);
+    out["z"] = copyOf(s.zg, s.nz);
+    return out;
+}
+
+// The grid lines, scale lengths, stretching and sort cells of a survey,
+// from points with the survey's ten-bin histograms (they depend on nothing
+// else), for tiles that must agree with the whole.
+py::dict grid3dGeometry(const FloatArray &x, const FloatArray &y, const FloatArray &z, int32_t nx, int32_t ny,
+                        int32_t nz, std::vector<float> ranges, std::vector<float> percent) {
+    const py::ssize_t n = x.size();
+    if (y.size() != n || z.size() != n || percent.size() != 3) throw std::invalid_argument("bad geometry arguments");
+    D3Guard g;
+    {
+        py::gil_scoped_release free;
+        std::lock_guard<std::mutex> hold(libraryLock());
+        if (!D3AllocSet(&g.set, nx, ny, nz, static_cast<int32_t>(n))) throw std::runtime_error("no memory for the grid");
+        fillPoints(g.set, x, y, z, x);
+        setRanges(g.set, ranges);
+        D3GenerateGrid(&g.set, percent[0], percent[1], percent[2]);
+    }
+    const D3Set &s = g.set;
+    py::dict out;
+    out["nx"] = s.nx, out["ny"] = s.ny, out["nz"] = s.nz;
+    out["xg"] = copyOf(s.xg, s.nx), out["xgt"] = copyOf(s.xgt, s.nx), out["xlen"] = copyOf(s.xlen, s.nx);
+    out["yg"] = copyOf(s.yg, s.ny), out["ygt"] = copyOf(s.ygt, s.ny), out["ylen"] = copyOf(s.ylen, s.ny);
+    out["zg"] = copyOf(s.zg, s.nz), out["zgt"] = copyOf(s.zgt, s.nz), out["zlen"] = copyOf(s.zlen, s.nz);
+    out["xlen_max"] = s.xlenMax, out["ylen_max"] = s.ylenMax, out["zlen_max"] = s.zlenMax;
+    out["cells"] = std::vector<float>{s.cellX0, s.cellDx, s.cellDxInv, s.cellY0, s.cellDy, s.cellDyInv,
+                                      s.cellZ0, s.cellDz, s.cellDzInv};
+    return out;
+}
+
+std::vector<float> floats(const py::dict &g, const char *key) { return g[key].cast<std::vector<float>>(); }
+
+py::array_t<float> grid3dTransform(const py::dict &geo, const FloatArray &x, const FloatArray &y, const FloatArray &z) {
+    const auto xg = floats(geo, "xg"), xgt = floats(geo, "xgt"), xlen = floats(geo, "xlen");
+    const auto yg = floats(geo, "yg"), ygt = floats(geo, "ygt"), ylen = floats(geo, "ylen");
+    const auto zg = floats(geo, "zg"), zgt = floats(geo, "zgt"), zlen = floats(geo, "zlen");
+    const float rx = geo["xlen_max"].cast<float>(), ry = geo["ylen_max"].cast<float>(), rz = geo["zlen_max"].cast<float>();
+    const py::ssize_t n = x.size();
+    py::array_t<float> out({py::ssize_t{3}, n});
+    float *o = out.mutable_data();
+    py::gil_scoped_release free;
+    for (py::ssize_t i = 0; i < n; ++i) {
+        o[i] = static_cast<float>(OATransformCoord(x.data()[i], static_cast<int32_t>(xg.size()), xg.data(), xgt.data(), xlen.data(), rx));
+        o[n + i] = static_cast<float>(OATransformCoord(y.data()[i], static_cast<int32_t>(yg.size()), yg.data(), ygt.data(), ylen.data(), ry));
+        o[2 * n + i] = static_cast<float>(OATransformCoord(z.data()[i], static_cast<int32_t>(zg.size()), zg.data(), zgt.data(), zlen.data(), rz));
+    }
+    return out;
+}
+
+// The estimate on nodes [ix0, ix1) x [iy0, iy1) x [iz0, iz1) of the survey's
+// grid from the points given (those within reach of the tile, in the
+// survey's order), exactly as the whole grid would give it.
+py::dict grid3dTile(const py::dict &geo, const FloatArray &x, const FloatArray &y, const FloatArray &z,
+                    const FloatArray &v, int32_t ix0, int32_t ix1, int32_t iy0, int32_t iy1, int32_t iz0, int32_t iz1) {
+    auto xg = floats(geo, "xg"), xlen = floats(geo, "xlen"), yg = floats(geo, "yg"), ylen = floats(geo, "ylen"),
+         zg = floats(geo, "zg"), zlen = floats(geo, "zlen");
+    std::vector<float> xgt(xg.size()), ygt(yg.size()), zgt(zg.size());
+    const auto cells = floats(geo, "cells");
+    const py::ssize_t n = x.size();
+    const int32_t tx = ix1 - ix0, ty = iy1 - iy0, tz = iz1 - iz0;
+    if (tx < 0 || ty < 0 || tz < 0 || ix0 < 0 || iy0 < 0 || iz0 < 0 || ix1 > static_cast<int32_t>(xg.size()) ||
+        iy1 > static_cast<int32_t>(yg.size()) || iz1 > static_cast<int32_t>(zg.size()) || cells.size() != 9)
+        throw std::invalid_argument("the tile lies outside the grid");
+    const size_t nodes = static_cast<size_t>(tx) * ty * tz;
+    std::vector<float> est(nodes), spread(nodes), dist(nodes);
+    {
+        py::gil_scoped_release free;
+        std::lock_guard<std::mutex> hold(libraryLock());
+        D3Guard g;
+        D3Set &s = g.set;
+        if (!D3AllocSet(&s, 1, 1, 1, static_cast<int32_t>(n))) throw std::runtime_error("no memory for the tile");
+        // The survey's axes instead of the set's own one-line ones.
+        float *own[9] = {s.xg, s.xgt, s.xlen, s.yg, s.ygt, s.ylen, s.zg, s.zgt, s.zlen};
+        s.nx = static_cast<int32_t>(xg.size()), s.ny = static_cast<int32_t>(yg.size()), s.nz = static_cast<int32_t>(zg.size());
+        s.xg = xg.data(), s.xgt = xgt.data(), s.xlen = xlen.data();
+        s.yg = yg.data(), s.ygt = ygt.data(), s.ylen = ylen.data();
+        s.zg = zg.data(), s.zgt = zgt.data(), s.zlen = zlen.data();
+        fillPoints(s, x, y, z, v);
+        D3ScaleTransformation(&s);
+        s.nCellX = s.nCellY = s.nCellZ = D3_NCELL;
+        s.cellX0 = cells[0], s.cellDx = cells[1], s.cellDxInv = cells[2];
+        s.cellY0 = cells[3], s.cellDy = cells[4], s.cellDyInv = cells[5];
+        s.cellZ0 = cells[6], s.cellDz = cells[7], s.cellDzInv = cells[8];
+        D3SortDataPoints(&s);
+        size_t k = 0;
+        for (int32_t iz = iz0; iz < iz1; ++iz)
+            for (int32_t iy = iy0; iy < iy1; ++iy)
+                for (int32_t ix = ix0; ix < ix1; ++ix, ++k) {
+                    float sp, md;
+                    int32_t used;
+                    est[k] = static_cast<float>(D3EstimateValueT(s.xgt[ix], s.ygt[iy], s.zgt[iz], 1, 1, 1, &sp, &md, &used, &s));
+                    spread[k] = sp;
+                    dist[k] = md;
+                }
+        s.xg = own[0], s.xgt = own[1], s.xlen = own[2], s.yg = own[3], s.ygt = own[4], s.ylen = own[5];
+        s.zg = own[6], s.zgt = own[7], s.zlen = own[8];
+    }
+    const std::vector<py::ssize_t> shape{tz, ty, tx};
+    py::dict out;
+    out["estimate"] = toArray(std::move(est), shape);
+    out["spread"] = toArray(std::move(spread), shape);
+    out["distance"] = toArray(std::move(dist), shape);
+    return out;
+}
+
+// Heights of a topography grid at positions: the headered form when the
+// file's header says so, else the headerless 5-minute grid.
+py::array_t<int16_t> topographyAt(const FloatArray &lon, const FloatArray &lat, const std::string &path) {
+    if (lon.size() != lat.size()) throw std::invalid_argument("lon and lat differ in size");
+    EtopoHeader h;
+    KFILE f = OpenEtopoFileEx(path.c_str(), &h);
+    const bool headered = f != nullptr;
+    if (!f) f = KFileOpenRead(path.c_str());
+    if (!f) throw std::runtime_error("cannot open the topography grid " + path);
+    py::array_t<int16_t> out(lon.size());
+    int16_t *o = out.mutable_data();
+    {
+        py::gil_scoped_release free;
+        for (py::ssize_t i = 0; i < lon.size(); ++i)
+            o[i] = headered ? GetEtopoHeightEx(f, h, lon.data()[i], lat.data()[i])
+                            : GetEtopoHeight(f, lon.data()[i], lat.data()[i]);
+    }
+    KFileClose(f);
+    return out;
+}
+
 }  // namespace
 
 PYBIND11_MODULE(_kestrel, m) {
@@ -213,6 +398,11 @@ PYBIND11_MODULE(_kestrel, m) {
     m.def("contour_lines", &contourLines, py::arg("x"), py::arg("y"), py::arg("z"), py::arg("level"));
     m.def("gamma_n", &gammaN, py::arg("s"), py::arg("t"), py::arg("p"), py::arg("lon"), py::arg("lat"),
           py::arg("folder"));
+    m.def("grid3d", &grid3d);
+    m.def("grid3d_geometry", &grid3dGeometry);
+    m.def("grid3d_transform", &grid3dTransform);
+    m.def("grid3d_tile", &grid3dTile);
+    m.def("topography", &topographyAt);
     m.def("run_command", &runCommand, py::arg("command"), py::arg("words"), py::arg("preamble"));
     m.attr("max_objective_points") = OA_MAX_OBJECTIVE_POINTS;
 
