@@ -607,3 +607,52 @@ TEST_F(Hostile, NeutralDensityWithBadBlocksSizesAndValues) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(Hostile, ThreeDimensionsTopographyAndGazetteerWithBadRecords) {
+    D3Set s;
+    for (int32_t n : {INT32_MIN, -1, 0})
+        for (int32_t cap : {-1, 0}) {
+            D3AllocSet(&s, n, n, n, cap);
+            D3FreeSet(&s);
+        }
+    ASSERT_EQ(D3AllocSet(&s, 2, 2, 2, 4), 1);
+    s.nPoints = INT32_MAX;  // the host writes counts directly
+    D3GenerateGrid(&s, kNaN, kInf, 0);
+    D3ScaleTransformation(&s);
+    D3SortDataPoints(&s);
+    D3EstimateField(&s);
+    float sp, md;
+    int32_t nu;
+    D3EstimateValue(kNaN, kInf, -kInf, 0, 0, 0, &sp, &md, &nu, &s);
+    s.nPoints = 4;
+    for (int i = 0; i < 4; ++i) s.x[i] = s.y[i] = s.z[i] = kBadFloats[i], s.val[i] = kNaN, s.err[i] = s.errInv[i] = 0, s.use[i] = 1;
+    s.xmin = kNaN, s.xmax = kInf;
+    D3GenerateGrid(&s, 5, 5, 5);
+    D3EstimateField(&s);
+    D3WriteFieldZep(nullptr, nullptr, nullptr, &s);
+    D3WriteFieldZep("/no/such/dir/x", nullptr, nullptr, nullptr);
+    D3FreeSet(&s);
+    D3FreeSet(&s);
+
+    EtopoHeader h{};
+    EXPECT_EQ(OpenEtopoFileEx(nullptr, nullptr), nullptr);
+    h.rowLength = INT32_MIN;
+    h.rowsPerDegree = kNaN;
+    EXPECT_EQ(GetEtopoHeightEx(nullptr, h, kNaN, kInf), 0);
+
+    Gazetteer g;
+    std::memset(&g, 'x', sizeof g);  // filters without terminators, garbage pointers never freed
+    g.namePool = g.typePool = nullptr;
+    g.markedFeature = nullptr, g.selected = nullptr, g.markedX = g.markedY = nullptr, g.pieces = nullptr;
+    g.nameOffset = g.typeOffset = g.firstPoint = g.pieceEntry = nullptr, g.lon = g.lat = nullptr;
+    EXPECT_EQ(GazetteerLoad("/no/such/file", &g), 0);
+    g.nFeatures = INT32_MAX;
+    EXPECT_EQ(GazetteerMarkFeatures(dc, &g, 0, 1, 0, 1), 0);
+    EXPECT_EQ(GazetteerDrawFeature(dc, 5, &g, 0, 1, 0, 1, 0), 0);
+    GazetteerFree(&g);
+    for (int32_t n : {INT32_MIN, -1, 0}) EXPECT_EQ(GazetteerDrawFeaturePiece(dc, nullptr, nullptr, n, 0, 0, 0, 1, 0, 1, 0, 1), 0);
+}
+
+}  // namespace
