@@ -37,12 +37,17 @@ def peak_mb():
     return resource.getrusage(resource.RUSAGE_SELF).ru_maxrss / 1024
 
 
-for workers in (1, 2):
-    with LocalCluster(n_workers=workers, threads_per_worker=1, processes=True, dashboard_address=None,
-                      memory_limit="8GiB") as cluster, Client(cluster) as client:
-        t = time.perf_counter()
-        g = kd.grid3d(survey(), GRID, chunks=(20, 20, 10))
-        wall = time.perf_counter() - t
-        peaks = sorted(client.run(peak_mb).values())
-        print(f"{N} points, {workers} worker(s): {wall:7.1f} s, peak RSS per worker "
-              + ", ".join(f"{p:.0f} MB" for p in peaks) + f"; client {peak_mb():.0f} MB")
+def main():
+    for workers in (1, 2):
+        with LocalCluster(n_workers=workers, threads_per_worker=1, processes=True, dashboard_address=None,
+                          memory_limit="8GiB") as cluster, Client(cluster) as client:
+            t = time.perf_counter()
+            g = kd.grid3d(survey(), GRID, chunks=(20, 20, 10))
+            wall = time.perf_counter() - t
+            peaks = sorted(client.run(peak_mb).values())
+            print(f"{N} points, {workers} worker(s): {wall:7.1f} s, peak RSS per worker "
+                  + ", ".join(f"{p:.0f} MB" for p in peaks) + f"; client {peak_mb():.0f} MB")
+
+
+if __name__ == "__main__":
+    main()
