@@ -75,7 +75,10 @@ bool drawTopography(KDC dc, KFILE ps, const std::string &path, const MapGeometry
             for (int k = 0; k < 4 && shown; ++k) shown = visible(x[k], y[k], g);
             if (!shown) continue;
             const float cx = static_cast<float>((lon + lon1) / 2), cy = static_cast<float>((lat + lat1) / 2);
-            const int32_t colour = CMapCalColor(static_cast<float>(topo.at(cx, cy)));
+            // Trenches and peaks beyond the scale take its end colours, not the
+            // out-of-range ones.
+            const float height = std::clamp(static_cast<float>(topo.at(cx, cy)), -5999.0f, 3999.0f);
+            const int32_t colour = CMapCalColor(height);
             if (colour != lastColour) {
                 SetColor(colour);
                 PSSetColor(ps, colour);
