@@ -72,7 +72,9 @@ KESTREL_API int16_t KESTREL_CALL GetEtopoHeightEx(KFILE file, EtopoHeader header
     const int64_t r = trunc64((y - south) * header.rowsPerDegree);
     const int64_t c = trunc64(static_cast<double>(header.columnsPerDegree) * x);
     const int64_t rowLength = header.rowLength;
-    if (r < 0 || c < 0 || rowLength < 0) return 0;
+    // An offset past 2^50 bytes is in no file; a header claiming one reads nothing.
+    constexpr int64_t kFar = int64_t{1} << 50;
+    if (r < 0 || c < 0 || rowLength < 0 || c > kFar || (rowLength > 0 && r > kFar / rowLength)) return 0;
     return readValue(file, rowLength * r + c, 32);
 }
 

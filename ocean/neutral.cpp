@@ -437,15 +437,16 @@ void goor(const double *s, const double *t, const double *p, const double *gamma
 
 int32_t oceanTest(double x1, double y1, int32_t io1, double x2, double y2, int32_t io2, double z) {
     const double y = (y1 + y2) / 2;
+    const int64_t product = static_cast<int64_t>(io1) * io2;  // codes from a file may be any number
     if (io1 == io2) return 1;
     auto both = [&](int32_t a, int32_t b) { return (io1 == a || io1 == b) && (io2 == a || io2 == b); };
     int32_t itest;
     if (y <= -20.0) {
         // South America separates the South Pacific from the South Atlantic.
-        itest = (y >= -48.0 && io1 * io2 == 12) ? 0 : 1;
+        itest = (y >= -48.0 && product == 12) ? 0 : 1;
     } else if (both(1, 2) || both(3, 4) || both(5, 6)) {
         itest = 1;
-    } else if (io1 * io2 == 8 && z <= 1200.0 && x1 >= 124.0 && x1 <= 132.0 && x2 >= 124.0 && x2 <= 132.0) {
+    } else if (product == 8 && z <= 1200.0 && x1 >= 124.0 && x1 <= 132.0 && x2 >= 124.0 && x2 <= 132.0) {
         itest = 1;  // the Indonesian throughflow
     } else {
         itest = 0;
@@ -462,7 +463,7 @@ int32_t oceanTest(double x1, double y1, int32_t io1, double x2, double y2, int32
         itest = sj1 == sj2 ? 1 : 0;
     }
     // Nor does the Pacific to the Atlantic round the Antarctic Peninsula.
-    if (io1 * io2 == 12 && y < -60.0) itest = 0;
+    if (product == 12 && y < -60.0) itest = 0;
     return itest;
 }
 
