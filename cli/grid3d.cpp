@@ -181,7 +181,7 @@ int grid3dMain(int argc, char **argv, const std::string &preamble) {
     const size_t cx = static_cast<size_t>(s.nx), cy = static_cast<size_t>(s.ny);
     std::vector<float> field(cx * cy), shade(cx * cy), dist(cx * cy);
     std::vector<float> lon(s.xg, s.xg + cx), lat(s.yg, s.yg + cy);
-    float lo = 1e30f, hi = -1e30f;
+    std::vector<float> kept;  // estimates resting on data near enough to be drawn
     for (size_t j = 0; j < cy; ++j)
         for (size_t i = 0; i < cx; ++i) {
             float sp = 0, md = 0;
@@ -189,9 +189,21 @@ int grid3dMain(int argc, char **argv, const std::string &preamble) {
             const double v = D3EstimateValue(lon[i], lat[j], zs, 1, 1, 1, &sp, &md, &used, &s);
             field[j * cx + i] = static_cast<float>(v);
             dist[j * cx + i] = used > 0 ? md : 1.0e10f;
-            if (used > 0 && md <= maxError) lo = std::min(lo, static_cast<float>(v)), hi = std::max(hi, static_cast<float>(v));
+            if (used > 0 && md <= maxError) kept.push_back(static_cast<float>(v));
         }
     D3FreeSet(&s);
+    // The colours span the middle 99 % of what is drawn: a few nodes at the
+    // edge of reach do not squeeze the rest into one colour.
+    // Taken from the samples near the slice's depth where there are enough:
+    // nodes under the land, hidden by it, carry estimates from shallower water.
+    std::vector<float> near;
+    const float window = std::max(25.0f, 0.25f * std::fabs(slice));
+    for (int32_t i = 0; i < n; ++i)
+        if (std::fabs(z[static_cast<size_t>(i)] - zs) <= window) near.push_back(val[static_cast<size_t>(i)]);
+    if (near.size() >= 10) kept.swap(near);
+    std::sort(kept.begin(), kept.end());
+    const float lo = kept.empty() ? 0.0f : kept[static_cast<size_t>(0.005 * (kept.size() - 1))];
+    const float hi = kept.empty() ? 0.0f : kept[static_cast<size_t>(0.995 * (kept.size() - 1))];
     if (!(hi > lo)) {
         std::fprintf(stderr, "kestrel: no data within reach of %g at the slice depth\n", static_cast<double>(slice));
         return 1;
@@ -225,9 +237,12 @@ int grid3dMain(int argc, char **argv, const std::string &preamble) {
     for (const auto &[a, b] : pos) o.stationLon.push_back(a), o.stationLat.push_back(b);
     o.symbolSize = 0.12f;
     const std::string barTitle = table.names[static_cast<size_t>(cols[3])];
-    const std::string unit = barTitle.find('[') != std::string::npos
-                                 ? barTitle.substr(barTitle.find('[') + 1, barTitle.find(']') - barTitle.find('[') - 1)
-                                 : barTitle;
+    std::string unit = barTitle.find('[') != std::string::npos
+                           ? barTitle.substr(barTitle.find('[') + 1, barTitle.find(']') - barTitle.find('[') - 1)
+                           : barTitle;
+    unit = unit.substr(0, unit.find(','));
+    if (unit == "degC") unit = "\xB0" "C";
+    if (unit.rfind("umol", 0) == 0) unit = "\xB5" + unit.substr(1);
     MapHooks hooks;
     hooks.underlay = [&](KDC dc, KFILE ps, const MapGeometry &g) {
         // The layout may express the domain in 0..360 degrees east.
