@@ -163,7 +163,10 @@ KESTREL_API int32_t KESTREL_CALL D3AllocSet(D3Set *set, int32_t nx, int32_t ny, 
     set->ny = std::max(ny, 1);
     set->nz = std::max(nz, 1);
     const double nodes = static_cast<double>(set->nx) * set->ny * set->nz;
-    bool ok = capacity >= 0 && nodes * sizeof(float) <= static_cast<double>(SIZE_MAX) / 4;
+    // Node indexes stay within int32, and no grid claims more than 16 GiB:
+    // a size beyond that is a mistake, not a survey.
+    bool ok = capacity >= 0 && nodes <= 2147483647.0 && nodes * sizeof(float) <= 17179869184.0 &&
+              nodes * sizeof(float) <= static_cast<double>(SIZE_MAX) / 4;
     if (ok) {
         auto f = [](size_t n) { return static_cast<float *>(std::malloc((n ? n : 1) * sizeof(float))); };
         const size_t cx = static_cast<size_t>(set->nx), cy = static_cast<size_t>(set->ny),

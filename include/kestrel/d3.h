@@ -62,7 +62,8 @@ typedef struct D3Set {
     char ztitle[121];
 } D3Set;
 
-/* Allocates the arrays for nx x ny x nz nodes (each raised to at least 1)
+/* Allocates the arrays for nx x ny x nz nodes (each raised to at least 1;
+ * at most 2^31 - 1 nodes of at most 16 GiB a grid)
  * and capacity points; nPoints and nInCells become 0. Returns 1; on failure
  * shows "Could not Allocate Workspace!" ("D3SET Allocation..."), frees
  * everything and returns 0. */
