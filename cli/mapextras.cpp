@@ -22,10 +22,10 @@ struct Topography {
     explicit Topography(const std::string &path) {
         file = OpenEtopoFileEx(path.c_str(), &header);
         headered = file != nullptr;
-        if (!file) file = KFileOpenRead(path.c_str());
+        if (!file) file = kestrel::plat::fileOpenReadExclusive(path.c_str());
     }
     ~Topography() {
-        if (file) KFileClose(file);
+        if (file) kestrel::plat::fileClose(file);
     }
     Topography(const Topography &) = delete;
     Topography &operator=(const Topography &) = delete;

@@ -25,6 +25,7 @@
 
 #include "kestrel/kestrel.h"
 #include "kestrel/gif.h"
+#include "platform/platform.h"
 #include "plot/pstext.h"
 
 namespace {
@@ -414,12 +415,12 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         EtopoHeader header;
         KFILE grid = OpenEtopoFileEx(o.topo.c_str(), &header);
         const bool headered = grid != nullptr;
-        if (!grid) grid = KFileOpenRead(o.topo.c_str());
+        if (!grid) grid = kestrel::plat::fileOpenReadExclusive(o.topo.c_str());
         if (!grid || clon < 0 || clat < 0) {
             std::fprintf(stderr, "kestrel: %s\n",
                          grid ? "--topo needs the table's Longitude and Latitude columns"
                               : ("cannot read the topography grid " + o.topo).c_str());
-            if (grid) KFileClose(grid);
+            if (grid) kestrel::plat::fileClose(grid);
         } else {
             for (const auto &row : table.rows) {
                 const double x = row[static_cast<size_t>(cx)], lon = row[static_cast<size_t>(clon)],
@@ -431,7 +432,7 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
                                              : GetEtopoHeight(grid, static_cast<float>(lon), static_cast<float>(lat));
                 floor.emplace_back(static_cast<float>(x), static_cast<float>(std::max(-static_cast<int>(hgt), 0)));
             }
-            KFileClose(grid);
+            kestrel::plat::fileClose(grid);
         }
     }
     if (down && (cb >= 0 || !floor.empty())) {

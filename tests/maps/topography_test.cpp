@@ -11,8 +11,20 @@
 #include "common/testing.h"
 #include "kestrel/canvas.h"
 #include "kestrel/topography.h"
+#include "platform/platform.h"
 
 namespace {
+
+// The grid opened as a host opens it: exclusively (CreateFile without
+// sharing on Windows, KFileOpenRead elsewhere).
+KFILE openGrid(const std::string &path) {
+#ifdef _WIN32
+    return kestrel::plat::fileOpenReadExclusive(path.c_str());
+#else
+    return KFileOpenRead(path.c_str());
+#endif
+}
+void closeGrid(KFILE f) { kestrel::plat::fileClose(f); }
 
 std::string grid5() { return kt::dataPath("topography/etopo5.bin"); }
 std::string grid20() { return kt::dataPath("topography/etopo20.grd"); }
@@ -27,7 +39,7 @@ int16_t valueAt(const std::string &path, int64_t offset) {
 
 TEST(Topography, HeaderlessGridCellsAndTheirEdges) {
     KT_REQUIRE_FILE(grid5());
-    KFILE f = KFileOpenRead(grid5().c_str());
+    KFILE f = openGrid(grid5());
     ASSERT_NE(f, nullptr);
     // Between nodes: the cell containing the point (README: -9905 at row 1215, column 1706).
     EXPECT_EQ(GetEtopoHeight(f, 142.2f, 11.35f), -9905);
@@ -45,17 +57,19 @@ TEST(Topography, HeaderlessGridCellsAndTheirEdges) {
     EXPECT_EQ(GetEtopoHeight(f, 10.01f, -90.0f), valueAt(grid5(), 2 * 120));
     EXPECT_EQ(GetEtopoHeight(f, 10.01f, 90.0f), valueAt(grid5(), 2 * (4320 * 2158 + 120)));
     EXPECT_EQ(GetEtopoHeight(f, 10.01f, 95.0f), GetEtopoHeight(f, 10.01f, 90.0f));
-    KFileClose(f);
+    closeGrid(f);
     // Exclusive: a second open while the first is held fails, and works after.
-    KFILE a = KFileOpenRead(grid5().c_str());
+    KFILE a = openGrid(grid5());
     ASSERT_NE(a, nullptr);
-    EXPECT_EQ(KFileOpenRead(grid5().c_str()), nullptr);
-    KFileClose(a);
-    KFILE b = KFileOpenRead(grid5().c_str());
+    EXPECT_EQ(openGrid(grid5()), nullptr);
+    closeGrid(a);
+    KFILE b = openGrid(grid5());
     EXPECT_NE(b, nullptr);
-    KFileClose(b);
-    EXPECT_EQ(KFileOpenRead("/no/such/grid.bin"), nullptr);
+    closeGrid(b);
+    EXPECT_EQ(openGrid("/no/such/grid.bin"), nullptr);
+#ifndef _WIN32
     EXPECT_EQ(KFileOpenRead(nullptr), nullptr);
+#endif
 }
 
 TEST(Topography, HeaderedGridAgreesWithTheFiveMinuteOne) {
@@ -66,7 +80,7 @@ TEST(Topography, HeaderedGridAgreesWithTheFiveMinuteOne) {
     ASSERT_NE(f, nullptr);
     EXPECT_EQ(h.rowLength, 1080);
     EXPECT_EQ(h.columnsPerDegree, 3.0f);
-    KFILE g = KFileOpenRead(grid5().c_str());
+    KFILE g = openGrid(grid5());
     ASSERT_NE(g, nullptr);
     // Node (r, c) of the 20' grid is node (3 + 4r, 4c) of the 5' grid: ask
     // both a little inside the 20' cell, where the 5' cell is the node's.
@@ -91,8 +105,8 @@ TEST(Topography, HeaderedGridAgreesWithTheFiveMinuteOne) {
     const float lon = 200.5f, lat = -20.5f;
     const int64_t r = static_cast<int64_t>((lat - (0.083336f - 90.0)) * 12), c = static_cast<int64_t>(12 * lon);
     EXPECT_EQ(GetEtopoHeightEx(f, five, lon, lat), valueAt(grid20(), 32 + 2 * (4320 * r + c)));
-    KFileClose(g);
-    KFileClose(f);
+    closeGrid(g);
+    closeGrid(f);
 }
 
 TEST(Topography, HeadersThatAreNotOursOpenNothing) {
@@ -111,9 +125,9 @@ TEST(Topography, HeadersThatAreNotOursOpenNothing) {
         kt::writeFile(dir + "/" + f.name, f.bytes);
         EXPECT_EQ(OpenEtopoFileEx((dir + "/" + f.name).c_str(), &h), nullptr) << f.name;
         // Nothing was left open: an exclusive open succeeds.
-        KFILE again = KFileOpenRead((dir + "/" + f.name).c_str());
+        KFILE again = openGrid(dir + "/" + f.name);
         EXPECT_NE(again, nullptr) << f.name;
-        KFileClose(again);
+        closeGrid(again);
     }
     EXPECT_EQ(OpenEtopoFileEx((dir + "/none.grd").c_str(), &h), nullptr);
     EXPECT_EQ(OpenEtopoFileEx(nullptr, &h), nullptr);
@@ -127,7 +141,7 @@ TEST(Topography, HeadersThatAreNotOursOpenNothing) {
     EXPECT_EQ(GetEtopoHeightEx(t, h, 10, 10), 0);
     EXPECT_EQ(GetEtopoHeight(t, std::nanf(""), 1e30f), 0);
     EXPECT_EQ(GetEtopoHeight(nullptr, 1, 1), 0);
-    KFileClose(t);
+    closeGrid(t);
 }
 
 }  // namespace
