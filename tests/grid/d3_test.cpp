@@ -13,6 +13,15 @@
 
 namespace {
 
+// The export opens its file in text mode, as the host's spreadsheet
+// readers expect: lines end in CR LF on Windows.
+std::string lines(std::string text) {
+#ifdef _WIN32
+    for (size_t at = text.find('\n'); at != std::string::npos; at = text.find('\n', at + 2)) text.insert(at, "\r");
+#endif
+    return text;
+}
+
 struct Set {
     D3Set s;
     Set(int32_t nx, int32_t ny, int32_t nz, int32_t cap) { EXPECT_EQ(D3AllocSet(&s, nx, ny, nz, cap), 1); }
@@ -37,12 +46,12 @@ TEST(D3, SpreadsheetExportByteForByte) {
         "WCOA13\t1\tB\t08/15/2013\t330\t45\t0\t1000\t102\t0.5\n"
         "WCOA13\t2\tB\t08/15/2013\t12.5\t45\t0\t250\t101\t0.25\n"
         "WCOA13\t2\tB\t08/15/2013\t12.5\t45\t0\t1000\t103\t0.75\n";
-    EXPECT_EQ(kt::readFile(file), expected);
+    EXPECT_EQ(kt::readFile(file), lines(expected));
     // A title without a unit is kept whole; a title filling all 121 bytes
     // without a terminator is read no further.
     std::strcpy(s.title, "Temperature");
     D3WriteFieldZep(file.c_str(), "", "", &s);
-    EXPECT_NE(kt::readFile(file).find("\tTemperature\tError Temperature [rel. units]\n"), std::string::npos);
+    EXPECT_NE(kt::readFile(file).find(lines("\tTemperature\tError Temperature [rel. units]\n")), std::string::npos);
     std::memset(s.title, 'A', sizeof s.title);
     std::memset(s.ztitle, 'Z', sizeof s.ztitle);
     D3WriteFieldZep(file.c_str(), nullptr, nullptr, &s);
@@ -65,7 +74,7 @@ TEST(D3, OneNodeWithNoPointInReach) {
     std::strcpy(s.title, "T [C]");
     D3WriteFieldZep(file.c_str(), "c", "d", &s);
     const std::string text = kt::readFile(file);
-    EXPECT_EQ(text.substr(text.find('\n') + 1), "c\t1\tB\td\t0\t0\t0\t100\t0\t1e+10\n");
+    EXPECT_EQ(text.substr(text.find('\n') + 1), lines("c\t1\tB\td\t0\t0\t0\t100\t0\t1e+10\n"));
 }
 
 // A survey of n points in a box 20 x 10 degrees x 3000 m.

@@ -37,6 +37,9 @@ const char *nameOf(const Gazetteer &g, int f) { return g.namePool + g.nameOffset
 
 TEST_F(Gaz, OceanFeaturesLoadWithTheirPiecesAndFilters) {
     KT_REQUIRE_FILE(kt::dataPath("gazetteer/ocean_features.tsv"));
+#ifdef _WIN32
+    GTEST_SKIP() << "the converter is a Python program of the build machine";
+#endif
     const std::string file = converted(dir);
     ASSERT_FALSE(file.empty());
     Gazetteer g = fresh();

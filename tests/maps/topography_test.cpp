@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdio>
 #include <fstream>
+#include <iterator>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -29,16 +31,27 @@ void closeGrid(KFILE f) { kestrel::plat::fileClose(f); }
 std::string grid5() { return kt::dataPath("topography/etopo5.bin"); }
 std::string grid20() { return kt::dataPath("topography/etopo20.grd"); }
 
+// The grids' bytes, read once before any exclusive open holds the files.
+const std::vector<char> &bytesOf(const std::string &path) {
+    static std::map<std::string, std::vector<char>> cache;
+    auto it = cache.find(path);
+    if (it == cache.end()) {
+        std::ifstream in(path, std::ios::binary);
+        it = cache.emplace(path, std::vector<char>(std::istreambuf_iterator<char>(in), {})).first;
+    }
+    return it->second;
+}
+
 int16_t valueAt(const std::string &path, int64_t offset) {
-    std::ifstream in(path, std::ios::binary);
-    in.seekg(offset);
-    unsigned char b[2] = {0, 0};
-    in.read(reinterpret_cast<char *>(b), 2);
-    return static_cast<int16_t>(b[0] | b[1] << 8);
+    const std::vector<char> &b = bytesOf(path);
+    if (offset < 0 || static_cast<size_t>(offset) + 2 > b.size()) return 0;
+    return static_cast<int16_t>(static_cast<unsigned char>(b[static_cast<size_t>(offset)]) |
+                                static_cast<unsigned char>(b[static_cast<size_t>(offset) + 1]) << 8);
 }
 
 TEST(Topography, HeaderlessGridCellsAndTheirEdges) {
     KT_REQUIRE_FILE(grid5());
+    bytesOf(grid5());
     KFILE f = openGrid(grid5());
     ASSERT_NE(f, nullptr);
     // Between nodes: the cell containing the point (README: -9905 at row 1215, column 1706).
@@ -75,6 +88,8 @@ TEST(Topography, HeaderlessGridCellsAndTheirEdges) {
 TEST(Topography, HeaderedGridAgreesWithTheFiveMinuteOne) {
     KT_REQUIRE_FILE(grid20());
     KT_REQUIRE_FILE(grid5());
+    bytesOf(grid5());
+    bytesOf(grid20());
     EtopoHeader h;
     KFILE f = OpenEtopoFileEx(grid20().c_str(), &h);
     ASSERT_NE(f, nullptr);
