@@ -19,6 +19,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "kestrel/types.h"
 #include "kestrel/globals.h"
@@ -117,6 +118,36 @@ void destroyWindow(KWND w);                // null is ignored
 GdiObj getStockObject(int which);
 GdiObj selectObject(KDC dc, GdiObj obj);   // returns the previous object of that kind
 bool deleteObject(GdiObj obj);
+// ---- The host's housekeeping --------------------------------------------------
+struct DirEntry {
+    std::string name;
+    bool directory = false;
+    int64_t writeTime = 0;  // seconds since 1970-01-01, UTC
+};
+// Entries of directory dir ("" for the current one) whose names match the
+// wildcard pattern (* and ?; "*.*" matches every name), "." and ".."
+// included when the system lists them. False when dir cannot be read.
+bool listDirectory(const std::string &dir, const std::string &pattern, std::vector<DirEntry> *out);
+std::string currentDirectory();  // with the system's separators, no trailing one
+bool setCurrentDirectory(const std::string &dir);
+bool removeFile(const std::string &path);
+int64_t timeNow();                // seconds since 1970-01-01, UTC
+void utcDate(int64_t t, int *year, int *month, int *day);
+// Sends message with text as its second parameter (0 as the first) to a
+// host window: SendMessage on Windows, the host's callback elsewhere.
+long sendTextMessage(KWND window, unsigned message, const char *text);
+// A text setting: the registry on Windows, the text store elsewhere.
+bool readSetting(void *root, const std::string &key, const std::string &name, std::string *value);
+// Starts a program from its command line (words: the same line split as
+// Windows splits it); waits for it when wait is set. The exit code, 0 when
+// not waiting, -1 when it cannot be started.
+int spawnProcess(const char *commandLine, const std::vector<std::string> &words, const char *directory, bool wait);
+// A directory search that fills the host's find-data record (the Windows
+// layout, include/kestrel/host.h); null when nothing matches.
+void *findFirstEntry(const char *pattern, void *findData);
+bool findNextEntry(void *search, void *findData);
+void findClose(void *search);
+
 KPEN createPen(int style, int width, KCOLORREF colour);
 KBRUSH createSolidBrush(KCOLORREF colour);
 KFONT createFont(int height, int width, int escapement, int orientation, int weight,

@@ -94,6 +94,10 @@ typedef struct KUICallbacks {
     int32_t (*windowRect)(void *user, KWND window, int32_t rect[4]);
     /* Repaint a window now. */
     void (*updateView)(void *user, KWND window);
+    /* A message to one of the host's windows, as SendMessage delivers it:
+     * the file lists send each name as text (wParam 0). Returns the host's
+     * answer. */
+    long (*sendMessage)(void *user, KWND window, uint32_t message, uintptr_t wParam, const char *text);
 } KUICallbacks;
 
 /* Registers the host callbacks (copied); null removes them. */

@@ -20,6 +20,7 @@
 #include "topography.h"
 #include "d3.h"
 #include "gazetteer.h"
+#include "host.h"
 #include "rootsearch.h"
 #include "la.h"
 #include "fit.h"

@@ -8,8 +8,12 @@
 #include "kestrel/util.h"
 #include "platform/platform.h"
 
+namespace kestrel::plat {
+KUICallbacks g_cb{};  // also read by the housekeeping services (host.cpp)
+}  // namespace kestrel::plat
+using kestrel::plat::g_cb;
+
 namespace {
-KUICallbacks g_cb{};
 int g_cursor = kestrel::plat::CursorArrow;
 }  // namespace
 
