@@ -656,3 +656,38 @@ TEST_F(Hostile, ThreeDimensionsTopographyAndGazetteerWithBadRecords) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(Hostile, HousekeepingWithNullsAndLongPaths) {
+    const std::string huge(100000, 'p');
+    char out[KESTREL_MAX_PATH];
+    PathRel2Full(huge.c_str(), out, huge.c_str());
+    PathRel2Full(nullptr, out, nullptr);
+    EXPECT_EQ(PathRel2Full("a", nullptr, "b"), 0);
+    GetParentDirectory(out, huge.c_str());
+    GetParentDirectory(nullptr, "x");
+    char dir[260];
+    std::memset(dir, ' ', sizeof dir - 1);
+    dir[sizeof dir - 1] = '\0';
+    CleanDirString(dir);
+    CleanDirString(nullptr);
+    ValidateFileName(nullptr);
+    for (int32_t v : {INT32_MIN, -1, 0, 13, INT32_MAX}) julday(v, v, v);
+    GetDateTime(nullptr);
+    EXPECT_EQ(GetRegValue(nullptr, nullptr, nullptr, nullptr, out, INT32_MIN, nullptr), 0);
+    EXPECT_EQ(GetRegValue(nullptr, huge.c_str(), huge.c_str(), huge.c_str(), out, sizeof out, huge.c_str()),
+              static_cast<int32_t>(sizeof out - 1));
+    EXPECT_EQ(GenerateFileList(nullptr, nullptr, 0, 0), 0);
+    GenerateFileListEx(nullptr, nullptr, 1, nullptr, 0, 0);
+    GenerateFileListEx("/no/such/dir", "*", 1, nullptr, 0, 0);
+    EXPECT_EQ(FindFirstChildDir(nullptr, nullptr), K_INVALID_SEARCH);
+    EXPECT_EQ(FindNextChildDir(nullptr, nullptr), 0);
+    EXPECT_EQ(IsChildDir(nullptr), 0);
+    DeleteOldFiles(nullptr, 0);
+    DeleteOldFiles("/no/such/dir/*", INT32_MIN);
+    EXPECT_EQ(SpawnDetachedProcess(nullptr, nullptr, 0), 1);
+    EXPECT_EQ(SpawnDetachedProcess("\"\"\"", huge.c_str(), 1), 1);
+}
+
+}  // namespace
