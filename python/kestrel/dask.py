@@ -124,6 +124,8 @@ def grid3d(points, grid, chunks=(64, 64, 8), client=None):
 
     parts = pts.to_delayed().ravel()
     counts = sum(run(*[dask.delayed(_histograms)(p, ranges) for p in parts]))
+    # Stand-in coordinates with the survey's ten-bin histograms, all the grid
+    # lines depend on (4 bytes a point and axis on the client, nothing more).
     geometry = _kestrel.grid3d_geometry(*(_surrogate(counts[k], ranges[2 * k], ranges[2 * k + 1]) for k in range(3)),
                                         nx, ny, nz, ranges, list(scale))
 

@@ -268,16 +268,35 @@ py::dict grid3d(const FloatArray &x, const FloatArray &y, const FloatArray &z, c
 // else), for tiles that must agree with the whole.
 py::dict grid3dGeometry(const FloatArray &x, const FloatArray &y, const FloatArray &z, int32_t nx, int32_t ny,
                         int32_t nz, std::vector<float> ranges, std::vector<float> percent) {
-    const py::ssize_t n = x.size();
-    if (y.size() != n || z.size() != n || percent.size() != 3) throw std::invalid_argument("bad geometry arguments");
+    if (percent.size() != 3 || ranges.size() != 6) throw std::invalid_argument("bad geometry arguments");
     D3Guard g;
     {
         py::gil_scoped_release free;
         std::lock_guard<std::mutex> hold(libraryLock());
-        if (!D3AllocSet(&g.set, nx, ny, nz, static_cast<int32_t>(n))) throw std::runtime_error("no memory for the grid");
-        fillPoints(g.set, x, y, z, x);
-        setRanges(g.set, ranges);
-        D3GenerateGrid(&g.set, percent[0], percent[1], percent[2]);
+        // Axes only: no point arrays for a survey that may be far larger
+        // than this process should hold.
+        if (!D3AllocSet(&g.set, nx, ny, nz, 0)) throw std::runtime_error("no memory for the grid");
+        D3Set &s = g.set;
+        setRanges(s, ranges);
+        // The same calls D3GenerateGrid makes, axis by axis.
+        s.xlenLargest = static_cast<float>(OASetupAxisGrid(x.data(), static_cast<int32_t>(x.size()), s.xmin, s.xmax,
+                                                           percent[0], s.xg, s.xlen, s.nx));
+        s.ylenLargest = static_cast<float>(OASetupAxisGrid(y.data(), static_cast<int32_t>(y.size()), s.ymin, s.ymax,
+                                                           percent[1], s.yg, s.ylen, s.ny));
+        s.zlenLargest = static_cast<float>(OASetupAxisGrid(z.data(), static_cast<int32_t>(z.size()), s.zmin, s.zmax,
+                                                           percent[2], s.zg, s.zlen, s.nz));
+        s.nPoints = 0;
+        D3ScaleTransformation(&s);
+        // Cells as D3GenerateGrid sets them: twelve per axis from the
+        // first transformed line.
+        auto cells = [](int32_t m, const float *gt, float *t0, float *dt, float *inv) {
+            *t0 = gt[0];
+            *dt = static_cast<float>(gt[m - 1] - gt[0]) * 0.09090909f;
+            *inv = 1.0f / *dt;
+        };
+        cells(s.nx, s.xgt, &s.cellX0, &s.cellDx, &s.cellDxInv);
+        cells(s.ny, s.ygt, &s.cellY0, &s.cellDy, &s.cellDyInv);
+        cells(s.nz, s.zgt, &s.cellZ0, &s.cellDz, &s.cellDzInv);
     }
     const D3Set &s = g.set;
     py::dict out;
