@@ -9,6 +9,7 @@
 
 #include "kestrel/frame.h"
 #include "kestrel/globals.h"
+#include "frame/status_text.h"
 #include "kestrel/oa.h"
 
 namespace kestrel {
@@ -18,25 +19,6 @@ namespace kestrel {
 // second array is the companion used by curve drawing.
 extern float gOAScratch[OA_MAX_OBJECTIVE_POINTS];
 extern float gOAScratch2[OA_MAX_OBJECTIVE_POINTS];
-
-// Saves the status-bar text (up to 200 characters), shows a new one, and puts
-// the saved text back when it goes out of scope, on every exit path.
-class StatusText {
-public:
-    explicit StatusText(const char *text) {
-        std::size_t n = 0;
-        while (n < sizeof saved_ - 1 && VStatusLine[n]) ++n;
-        std::memcpy(saved_, VStatusLine, n);
-        saved_[n] = '\0';
-        UpdateStatusBar(text);
-    }
-    ~StatusText() { UpdateStatusBar(saved_); }
-    StatusText(const StatusText &) = delete;
-    StatusText &operator=(const StatusText &) = delete;
-
-private:
-    char saved_[201];
-};
 
 // Truncation toward zero into [-2^30, 2^30]; NaN gives 0. The callers clamp
 // to the cell table afterwards, so a coordinate far outside cannot wrap into

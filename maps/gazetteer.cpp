@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/status_text.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
 #include "kestrel/frame.h"
@@ -29,24 +30,6 @@ namespace {
 
 constexpr size_t kMaxLine = 400000;
 constexpr int kMaxFields = 3100;
-
-// Shows a status text and puts the earlier one back on every exit path.
-class StatusText {
-public:
-    explicit StatusText(const char *text) {
-        std::size_t n = 0;
-        while (n < sizeof saved_ - 1 && VStatusLine[n]) ++n;
-        std::memcpy(saved_, VStatusLine, n);
-        saved_[n] = '\0';
-        UpdateStatusBar(text);
-    }
-    ~StatusText() { UpdateStatusBar(saved_); }
-    StatusText(const StatusText &) = delete;
-    StatusText &operator=(const StatusText &) = delete;
-
-private:
-    char saved_[201];
-};
 
 // The shared list of device positions the piece drawing fills.
 uint16_t gPointX[GAZETTEER_MAX_POINTS], gPointY[GAZETTEER_MAX_POINTS];
