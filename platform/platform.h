@@ -72,7 +72,15 @@ enum : int {
 enum : unsigned { MbOk = 0x0, MbYesNo = 0x4, MbIconExclamation = 0x30, MbTaskModal = 0x2000 };
 enum : int { IdOk = 1, IdCancel = 2, IdYes = 6, IdNo = 7 };
 // Cursors.
-enum : int { CursorArrow = 0, CursorWait = 1, CursorCross = 2, CursorSizeAll = 3 };
+enum : int {
+    CursorArrow = 0, CursorWait = 1, CursorCross = 2, CursorSizeAll = 3,
+    CursorSizeNESW = 4, CursorSizeNWSE = 5, CursorSizeNS = 6, CursorSizeWE = 7
+};
+// Window messages the interactive tools look for or send (the Windows numbers).
+enum : unsigned {
+    MsgNcLButtonDown = 161, MsgHScroll = 276, MsgVScroll = 277, MsgRButtonDown = 516, MsgQuit = 18
+};
+enum : int { ScrollThumbTrack = 5 };
 
 // ---- System ----------------------------------------------------------------
 void localTime(LocalTime *t);
@@ -112,6 +120,24 @@ void pumpMessages(KWND w);                 // dispatch what is waiting; never wa
 void waitMessage();                        // block until an event arrives
 int setCursor(int cursor);                 // returns the previous cursor kind
 void setProgressPos(KWND bar, int pos);    // moves a progress bar; null is ignored
+
+// ---- The interactive tools' window services -----------------------------------
+// The client window's own drawing surface (GetDC); null when there is none.
+// What is drawn on it shows when it is released.
+KDC getClientDC(KWND w);
+void releaseClientDC(KWND w, KDC dc);
+void captureMouse(KWND w);                 // all mouse input goes to w
+void releaseMouse();
+// Text of one part of the status bar; the getter returns what the part shows.
+void setStatusPart(KWND bar, int part, const char *text);
+std::string statusPart(KWND bar, int part);
+// Waits for one message, dispatches it and returns its number. A message
+// that ends the application, or a POSIX host that cannot wait (no
+// callback), reads as a click outside the client area so that a modal tool
+// ends instead of waiting for ever.
+unsigned waitOneMessage();
+// A scroll message (MsgHScroll, MsgVScroll) with its parameter, sent now.
+void sendScrollMessage(KWND w, unsigned message, uint32_t wParam);
 void destroyWindow(KWND w);                // null is ignored
 
 // ---- Device contexts and objects --------------------------------------------

@@ -7,7 +7,8 @@ The reference list is tests/exports/*.txt, one export a line:
                     there as Name@N)
     Name cdecl      a __cdecl function (exported plainly everywhere)
     Name data       an exported data global
-A trailing word "posix" marks exports that exist only outside Windows.
+A trailing word "posix" marks exports that exist only outside Windows,
+"windows" those that exist only in the DLLs.
 Lines starting with # are comments.
 
 When you add an exported function, add its line here; the i686 build checks
@@ -30,10 +31,10 @@ def load_reference(folder, fmt):
                 if not line:
                     continue
                 parts = line.split()
-                if len(parts) not in (2, 3) or (len(parts) == 3 and parts[2] != "posix"):
+                if len(parts) not in (2, 3) or (len(parts) == 3 and parts[2] not in ("posix", "windows")):
                     sys.exit(f"{path}:{lineno}: cannot read '{raw.rstrip()}'")
                 name, kind = parts[0], parts[1]
-                if len(parts) == 3 and fmt != "elf":
+                if len(parts) == 3 and (parts[2] == "posix") != (fmt == "elf"):
                     continue
                 if kind in ("data", "cdecl"):
                     expected.add(name)

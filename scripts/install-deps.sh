@@ -22,6 +22,9 @@ packages=(
   # against (gsw, contourpy) and the libraries it works with (xarray, Dask)
   python3-dev pybind11-dev python3-pytest python3-gsw python3-contourpy python3-xarray
   python3-dask python3-distributed python3-matplotlib python3-psutil
+  # the window of `kestrel view` and its tests: GTK 3, a virtual X server,
+  # scripted mouse and keys, screenshots
+  libgtk-3-dev xvfb xauth xdotool x11-apps imagemagick
   # the Windows DLLs and their tests
   g++-mingw-w64-x86-64 g++-mingw-w64-i686 binutils-mingw-w64 wine wine64
 )

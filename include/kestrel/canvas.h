@@ -88,16 +88,42 @@ typedef struct KUICallbacks {
     void (*waitMessage)(void *user);
     /* The cursor position in screen pixels; return 0 when unknown. */
     int32_t (*cursorPos)(void *user, int32_t *x, int32_t *y);
-    /* Show cursor kind 0 arrow, 1 wait, 2 cross, 3 move. */
+    /* Show cursor kind 0 arrow, 1 wait, 2 cross, 3 move, 4 north-east/
+     * south-west sizing, 5 north-west/south-east, 6 vertical, 7 horizontal. */
     void (*setCursor)(void *user, int32_t kind);
     /* The screen rectangle of a window (left, top, right, bottom); 0 = unknown. */
     int32_t (*windowRect)(void *user, KWND window, int32_t rect[4]);
     /* Repaint a window now. */
     void (*updateView)(void *user, KWND window);
     /* A message to one of the host's windows, as SendMessage delivers it:
-     * the file lists send each name as text (wParam 0). Returns the host's
-     * answer. */
+     * the file lists send each name as text (wParam 0); MoveBitMap sends the
+     * scroll messages 276 (horizontal) and 277 (vertical) to hWndClient with
+     * 5 (thumb tracking) in the low and the new position in the high 16 bits
+     * of wParam and a null text. Returns the host's answer. */
     long (*sendMessage)(void *user, KWND window, uint32_t message, uintptr_t wParam, const char *text);
+
+    /* ---- The interactive tools (GetPoints, ZoomViewPort, ...) ----
+     * They draw their rubber bands on the window itself, never into hdcMem,
+     * and erase them by copying back from hdcMem. */
+    /* The canvas that is shown as the client window's contents (what GetDC
+     * gives on Windows), client-window pixels; null when there is none. */
+    KDC (*clientDC)(void *user, KWND window);
+    /* The tool is done drawing on it for now: show it. */
+    void (*releaseClientDC)(void *user, KWND window, KDC dc);
+    /* Mouse capture for window; null releases it. */
+    void (*captureMouse)(void *user, KWND window);
+    /* Text of status-bar part 0, 1, ...: set, and read back into buf (size
+     * bytes, zero-terminated; return 0 when unknown). Without the setter,
+     * part 0 goes to statusText. */
+    void (*statusPart)(void *user, int32_t part, const char *text);
+    int32_t (*getStatusPart)(void *user, int32_t part, char *buf, int32_t size);
+    /* Wait for one event, handle it (update CM_Xpos, CM_Ypos, CM_Bstatus,
+     * add it to the key queue, scroll, repaint) and return its Windows
+     * message number: 512 mouse move, 513 left press, 514 left release, 516
+     * right press, 256 key, 161 a click outside the client area, 18 quit;
+     * 0 for anything else. Without this callback a tool ends at once, as if
+     * the user had clicked outside the window. */
+    int32_t (*waitOneMessage)(void *user);
 } KUICallbacks;
 
 /* Registers the host callbacks (copied); null removes them. */

@@ -27,4 +27,5 @@
 #include "oa.h"
 #include "contour.h"
 #include "axes.h"
+#include "interactive.h"
 #endif

@@ -15,6 +15,9 @@ using kestrel::plat::g_cb;
 
 namespace {
 int g_cursor = kestrel::plat::CursorArrow;
+// What the library last wrote into each status-bar part, for a host that
+// cannot read its status bar back.
+std::string g_statusParts[4];
 }  // namespace
 
 extern "C" KESTREL_API void KESTREL_CALL KestrelSetUICallbacks(const KUICallbacks *callbacks) {
@@ -27,7 +30,9 @@ extern "C" KESTREL_API void KESTREL_CALL KestrelSetUICallbacks(const KUICallback
 namespace kestrel::plat {
 
 void setWindowText(KWND w, const char *text) {
-    if (w && w == hWndStatusBar && g_cb.statusText) g_cb.statusText(g_cb.user, text ? text : "");
+    if (!w || w != hWndStatusBar) return;
+    g_statusParts[0] = text ? text : "";
+    if (g_cb.statusText) g_cb.statusText(g_cb.user, text ? text : "");
 }
 
 void updateWindow(KWND w) {
@@ -98,5 +103,51 @@ int setCursor(int cursor) {
 void setProgressPos(KWND, int) {}
 
 void destroyWindow(KWND) {}
+
+KDC getClientDC(KWND w) { return w && g_cb.clientDC ? g_cb.clientDC(g_cb.user, w) : nullptr; }
+
+void releaseClientDC(KWND w, KDC dc) {
+    if (w && dc && g_cb.releaseClientDC) g_cb.releaseClientDC(g_cb.user, w, dc);
+}
+
+void captureMouse(KWND w) {
+    if (g_cb.captureMouse) g_cb.captureMouse(g_cb.user, w);
+}
+
+void releaseMouse() {
+    if (g_cb.captureMouse) g_cb.captureMouse(g_cb.user, nullptr);
+}
+
+void setStatusPart(KWND bar, int part, const char *text) {
+    if (!bar || bar != hWndStatusBar || part < 0) return;
+    if (!text) text = "";
+    if (part < 4) g_statusParts[part] = text;
+    if (g_cb.statusPart)
+        g_cb.statusPart(g_cb.user, part, text);
+    else if (part == 0 && g_cb.statusText)
+        g_cb.statusText(g_cb.user, text);
+}
+
+std::string statusPart(KWND bar, int part) {
+    if (!bar || bar != hWndStatusBar || part < 0) return {};
+    if (g_cb.getStatusPart) {
+        char buf[512] = {0};
+        if (g_cb.getStatusPart(g_cb.user, part, buf, static_cast<int32_t>(sizeof buf))) {
+            buf[sizeof buf - 1] = '\0';
+            return buf;
+        }
+    }
+    return part < 4 ? g_statusParts[part] : std::string();
+}
+
+unsigned waitOneMessage() {
+    if (!g_cb.waitOneMessage) return MsgNcLButtonDown;
+    const int32_t m = g_cb.waitOneMessage(g_cb.user);
+    return m == static_cast<int32_t>(MsgQuit) ? MsgNcLButtonDown : static_cast<unsigned>(m);
+}
+
+void sendScrollMessage(KWND w, unsigned message, uint32_t wParam) {
+    if (w && g_cb.sendMessage) g_cb.sendMessage(g_cb.user, w, message, wParam, nullptr);
+}
 
 }  // namespace kestrel::plat

@@ -161,8 +161,17 @@ void waitMessage() { WaitMessage(); }
 
 int setCursor(int cursor) {
     static int current = CursorArrow;
-    LPCSTR id = cursor == CursorWait ? IDC_WAIT : cursor == CursorCross ? IDC_CROSS
-              : cursor == CursorSizeAll ? IDC_SIZEALL : IDC_ARROW;
+    LPCSTR id = IDC_ARROW;
+    switch (cursor) {
+    case CursorWait: id = IDC_WAIT; break;
+    case CursorCross: id = IDC_CROSS; break;
+    case CursorSizeAll: id = IDC_SIZEALL; break;
+    case CursorSizeNESW: id = IDC_SIZENESW; break;
+    case CursorSizeNWSE: id = IDC_SIZENWSE; break;
+    case CursorSizeNS: id = IDC_SIZENS; break;
+    case CursorSizeWE: id = IDC_SIZEWE; break;
+    default: break;
+    }
     SetCursor(LoadCursorA(nullptr, id));
     int old = current;
     current = cursor;
@@ -175,6 +184,44 @@ void setProgressPos(KWND bar, int pos) {
 
 void destroyWindow(KWND w) {
     if (w) DestroyWindow(W(w));
+}
+
+KDC getClientDC(KWND w) { return reinterpret_cast<KDC>(GetDC(W(w))); }
+void releaseClientDC(KWND w, KDC dc) {
+    if (dc) ReleaseDC(W(w), D(dc));
+}
+void captureMouse(KWND w) { SetCapture(W(w)); }
+void releaseMouse() { ReleaseCapture(); }
+
+void setStatusPart(KWND bar, int part, const char *text) {
+    if (bar) SendMessageA(W(bar), SB_SETTEXTA, static_cast<WPARAM>(part), reinterpret_cast<LPARAM>(text ? text : ""));
+}
+
+std::string statusPart(KWND bar, int part) {
+    if (!bar) return {};
+    const LRESULT len = LOWORD(SendMessageA(W(bar), SB_GETTEXTLENGTHA, static_cast<WPARAM>(part), 0));
+    std::string text(static_cast<size_t>(len) + 1, '\0');
+    SendMessageA(W(bar), SB_GETTEXTA, static_cast<WPARAM>(part), reinterpret_cast<LPARAM>(&text[0]));
+    text.resize(std::strlen(text.c_str()));
+    return text;
+}
+
+unsigned waitOneMessage() {
+    MSG msg;
+    const BOOL got = GetMessageA(&msg, nullptr, 0, 0);
+    if (got == 0 || got == -1) {
+        // The application is closing: hand the quit back to the host's own
+        // loop and end the tool.
+        if (got == 0) PostQuitMessage(static_cast<int>(msg.wParam));
+        return MsgNcLButtonDown;
+    }
+    TranslateMessage(&msg);
+    DispatchMessageA(&msg);
+    return msg.message;
+}
+
+void sendScrollMessage(KWND w, unsigned message, uint32_t wParam) {
+    if (w) SendMessageA(W(w), message, static_cast<WPARAM>(wParam), 0);
 }
 
 // ---- Device contexts -------------------------------------------------------------------
