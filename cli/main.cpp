@@ -22,7 +22,7 @@ int usage(std::FILE *to) {
                  "  map     draw a map with coastlines and stations as NAME.png, NAME.gif, NAME.ps\n"
                  "          (kestrel map --help for its options)\n",
                  kSectionUsage);
-    std::fprintf(to, "%s%s", kGammaUsage, kDerivedUsage);
+    std::fprintf(to, "%s%s%s", kGammaUsage, kDerivedUsage, kViewUsage);
     std::fprintf(to, "       kestrel grid3d TABLE.tsv --x COL --y COL --z COL --value COL [--slice DEPTH] -o NAME\n"
                      "  grid3d  grid a survey in three dimensions, write the field as a spreadsheet and draw a\n"
                      "          depth of it as a map (kestrel grid3d --help)\n");
@@ -59,6 +59,8 @@ int main(int argc, char **argv) {
     if (cmd == "grid3d") return grid3dMain(argc - 2, argv + 2, findPreamble("", argv[0]));
     if (cmd == "section")
         return sectionMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
+    if (cmd == "view")
+        return viewMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
     if (cmd == "demo")
         return demoMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
     std::fprintf(stderr, "kestrel: unknown command '%s' (try kestrel --help)\n", cmd.c_str());

@@ -386,13 +386,14 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
 
     const float yb = down ? ymax : ymin, yt = down ? ymin : ymax;
     const std::string psName = o.name + ".ps";
-    KFILE ps = PSOpenFile(psName.c_str(), o.preamble.c_str(), "%%Title: Kestrel section\n%%EndComments\n",
+    KFILE ps = o.show ? nullptr : PSOpenFile(psName.c_str(), o.preamble.c_str(), "%%Title: Kestrel section\n%%EndComments\n",
                           "\n/frame? true def\n", 0);
-    if (!ps) note(false, "no PostScript written (cannot open %s or read the preamble %s)", psName.c_str(),
+    if (!ps && !o.show) note(false, "no PostScript written (cannot open %s or read the preamble %s)", psName.c_str(),
                   o.preamble.c_str());
     if (ps) PSPalette(ps);
     UsrSys(canvas, xmin, xmax, vw, left, yb, yt, vh, bottom);
     if (ps) PSUsrSys(ps, "", xmin, xmax, vw, left, yb, yt, vh, bottom);
+    const KAxis plotX = VX, plotY = VY;  // the colour bar sets up its own
     // Drawing a string makes its size current; every call below starts
     // from the plot's own size.
     const float fontSize = mCGS.defaultFontSize;
@@ -509,6 +510,16 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
                  opt.stretch1);
 
     int status = 0;
+    if (o.show) {
+        VX = plotX;
+        VY = plotY;
+        status = o.show(canvas);
+        OAFreeSet(&set);
+        DeleteMYPalette();
+        KCanvasDestroy(canvas);
+        hdcMem = nullptr;
+        return status;
+    }
     if (ps) {
         KFileWriteText(ps, "showpage\n");
         KFileClose(ps);
@@ -629,8 +640,10 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
     return -1;
 }
 
-int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble) {
+int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble,
+                const std::function<int(KDC)> &show) {
     SectionOptions o;
+    o.show = show;
     std::string preamble;
     const std::string help = std::string(kDemoUsage) + kSectionUsage + kDerivedUsage;
     const int status = parseSectionOptions(argc, argv, true, &o, &preamble, help.c_str());

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "kestrel/types.h"
+
 // A table in memory: column names (units in square brackets, "Depth [m]")
 // and rows of numbers, NaN where a field is empty or not a number.
 struct Table {
@@ -47,6 +49,10 @@ struct SectionOptions {
     float stretch0 = -1.5f, stretch1 = 1.5f;
     bool quiet = false;        // no progress on stderr
     DerivedOptions derived;    // inputs of --value theta, sigma0, gamma_n, o2sat, aou
+    // When set, the finished picture (hdcMem, with the plot's user system
+    // current) goes to show instead of to files; its result is the exit
+    // status (kestrel view).
+    std::function<int(KDC picture)> show;
 };
 
 // Grids, shades, contours and erases column o.value of the table over o.x
@@ -63,7 +69,14 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
 
 // "kestrel section DATA.tsv --x COL --y COL --value COL [options] -o NAME";
 // findPreamble maps the --preamble argument (may be empty) to the file to use.
-int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble);
+// With show set the picture goes to it instead of to files (kestrel view).
+int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble,
+                const std::function<int(KDC)> &show = {});
+
+// "kestrel view DATA.tsv --x COL --y COL --value COL [options]": the section
+// in a window, with the interactive tools on keys (view.cpp).
+int viewMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble);
+extern const char *const kViewUsage;
 
 // "kestrel demo [options] [-o NAME]": the section of a synthetic table.
 int demoMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble);

@@ -60,6 +60,7 @@ KESTREL_API void KESTREL_CALL TrackPolygon(const int32_t *x, const int32_t *y, i
                 covered = box;
                 drawn = true;
             }
+            plat::showClientDC(hWndClient, client);
             if (outsideClick(plat::waitOneMessage())) {
                 mCGS.interactive = 1;  // the status bar and the view are put back below
                 break;

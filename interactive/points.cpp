@@ -102,6 +102,7 @@ extern "C" KESTREL_API int32_t KESTREL_CALL GetPoints(float *x, float *y, int32_
             const Point cursor = mouseInPicture();
             if (redraw) {
                 band.draw(picked, cursor);
+                plat::showClientDC(hWndClient, client);
                 char text[128];
                 std::snprintf(text, sizeof text, "%d/%d   [%10.3f/%10.3f]", count, maxCount, userX(cursor.x),
                               userY(cursor.y));
@@ -138,7 +139,10 @@ extern "C" KESTREL_API int32_t KESTREL_CALL GetPoints(float *x, float *y, int32_
                         y[i] = y[i + 1];
                     }
                     --count;
-                    if (count == 0) band.erase();
+                    if (count == 0) {
+                        band.erase();
+                        plat::showClientDC(hWndClient, client);
+                    }
                     redraw = true;
                 }
             }

@@ -123,8 +123,10 @@ void setProgressPos(KWND bar, int pos);    // moves a progress bar; null is igno
 
 // ---- The interactive tools' window services -----------------------------------
 // The client window's own drawing surface (GetDC); null when there is none.
-// What is drawn on it shows when it is released.
+// showClientDC makes what was drawn on it visible (a host that paints the
+// window from a canvas repaints it); the tools call it after every redraw.
 KDC getClientDC(KWND w);
+void showClientDC(KWND w, KDC dc);
 void releaseClientDC(KWND w, KDC dc);
 void captureMouse(KWND w);                 // all mouse input goes to w
 void releaseMouse();

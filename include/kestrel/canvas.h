@@ -43,6 +43,12 @@ KESTREL_API int32_t KESTREL_CALL KCanvasSavePNG(KDC canvas, const char *fileName
  * or 0xFFFFFFFF outside the canvas. */
 KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC canvas, int32_t x, int32_t y);
 
+/* The canvas's pixels, for a host that shows it in a window: rows of 4-byte
+ * pixels (a 32-bit native-endian value 0x00RRGGBB each, Cairo's RGB24
+ * layout), *stride bytes from one row to the next. Valid until the next
+ * drawing call or KCanvasDestroy; null (stride 0) for null. */
+KESTREL_API const uint8_t *KESTREL_CALL KCanvasPixels(KDC canvas, int32_t *stride);
+
 /* Width and height of the canvas in pixels (0 for null). */
 KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC canvas);
 KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC canvas);
@@ -108,8 +114,9 @@ typedef struct KUICallbacks {
     /* The canvas that is shown as the client window's contents (what GetDC
      * gives on Windows), client-window pixels; null when there is none. */
     KDC (*clientDC)(void *user, KWND window);
-    /* The tool is done drawing on it for now: show it. */
-    void (*releaseClientDC)(void *user, KWND window, KDC dc);
+    /* What the tool drew on it is ready: show it. Called after every
+     * redraw of a rubber band or box, and when the tool ends. */
+    void (*showClientDC)(void *user, KWND window, KDC dc);
     /* Mouse capture for window; null releases it. */
     void (*captureMouse)(void *user, KWND window);
     /* Text of status-bar part 0, 1, ...: set, and read back into buf (size

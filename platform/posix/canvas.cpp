@@ -497,6 +497,15 @@ KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
     return r | (g << 8) | (b << 16);
 }
 
+KESTREL_API const uint8_t *KESTREL_CALL KCanvasPixels(KDC c, int32_t *stride) {
+    c = live(c);
+    if (stride) *stride = 0;
+    if (!c) return nullptr;
+    cairo_surface_flush(c->surface);
+    if (stride) *stride = cairo_image_surface_get_stride(c->surface);
+    return cairo_image_surface_get_data(c->surface);
+}
+
 KESTREL_API void KESTREL_CALL KCanvasSelectBrush(KDC c, KCOLORREF colour) {
     c = live(c);
     if (!c) return;

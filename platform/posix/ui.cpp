@@ -106,9 +106,11 @@ void destroyWindow(KWND) {}
 
 KDC getClientDC(KWND w) { return w && g_cb.clientDC ? g_cb.clientDC(g_cb.user, w) : nullptr; }
 
-void releaseClientDC(KWND w, KDC dc) {
-    if (w && dc && g_cb.releaseClientDC) g_cb.releaseClientDC(g_cb.user, w, dc);
+void showClientDC(KWND w, KDC dc) {
+    if (w && dc && g_cb.showClientDC) g_cb.showClientDC(g_cb.user, w, dc);
 }
+
+void releaseClientDC(KWND w, KDC dc) { showClientDC(w, dc); }
 
 void captureMouse(KWND w) {
     if (g_cb.captureMouse) g_cb.captureMouse(g_cb.user, w);

@@ -187,6 +187,7 @@ void destroyWindow(KWND w) {
 }
 
 KDC getClientDC(KWND w) { return reinterpret_cast<KDC>(GetDC(W(w))); }
+void showClientDC(KWND, KDC) { GdiFlush(); }
 void releaseClientDC(KWND w, KDC dc) {
     if (dc) ReleaseDC(W(w), D(dc));
 }

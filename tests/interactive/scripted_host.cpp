@@ -20,7 +20,7 @@ ScriptedHost::ScriptedHost(int width, int height, float ppl, int windowW, int wi
     KUICallbacks cb{};
     cb.user = this;
     cb.clientDC = clientDC;
-    cb.releaseClientDC = releaseDC;
+    cb.showClientDC = showDC;
     cb.captureMouse = capture;
     cb.statusPart = statusPart;
     cb.getStatusPart = getStatusPart;

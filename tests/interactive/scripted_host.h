@@ -49,7 +49,7 @@ public:
     // What the tools did to the host.
     std::string part[4];
     std::vector<std::string> part1History;
-    int captures = 0, releases = 0, repaints = 0, cursor = 0, waits = 0;
+    int captures = 0, releases = 0, shows = 0, repaints = 0, cursor = 0, waits = 0;
     std::vector<int> cursors;
     struct Scroll {
         uint32_t message, wParam;
@@ -59,7 +59,7 @@ public:
 
 private:
     static KDC clientDC(void *user, KWND);
-    static void releaseDC(void *, KWND, KDC) {}
+    static void showDC(void *user, KWND, KDC) { ++static_cast<ScriptedHost *>(user)->shows; }
     static void capture(void *user, KWND w);
     static void statusPart(void *user, int32_t part, const char *text);
     static int32_t getStatusPart(void *user, int32_t part, char *buf, int32_t size);

@@ -68,7 +68,10 @@ TEST_F(Tools, GetPointsAddsConvertsAndAcceptsWithEnter) {
     float x[8], y[8];
     host.click(px(20.0f), py(10.0f), KB_LEFT);
     host.move(px(60.0f), py(40.0f));
-    host.then([&] { EXPECT_TRUE(windowChanged()) << "the rubber band is drawn on the window"; });
+    host.then([&] {
+        EXPECT_TRUE(windowChanged()) << "the rubber band is drawn on the window";
+        EXPECT_GE(host.shows, 2) << "and the host is told to show it after each redraw";
+    });
     host.click(px(60.0f), py(40.0f), KB_LEFT);
     host.then([&] {
         EXPECT_EQ(host.part[0].rfind("GetPoints:", 0), 0u) << host.part[0];
@@ -292,7 +295,10 @@ TEST_F(Tools, TrackPolygonReportsTheOffsetAndLeavesNothingBehind) {
     CM_Ypos = 110;
     CM_Bstatus = 1;
     host.move(150, 122);
-    host.then([&] { EXPECT_TRUE(windowChanged()) << "the dotted outline"; });
+    host.then([&] {
+        EXPECT_TRUE(windowChanged()) << "the dotted outline";
+        EXPECT_GE(host.shows, 1);
+    });
     host.release(KB_LEFT);
     TrackPolygon(x, y, 4, &dx, &dy);
     EXPECT_EQ(dx, 30);
