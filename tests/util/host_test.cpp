@@ -75,6 +75,37 @@ TEST(Host, JulianDaysAndTheTimeStamp) {
         << text;
 }
 
+// Every day from the epoch to 2200, counted by walking the calendar: the
+// Julian calendar (a leap year every fourth year, counted across the missing
+// year 0: 1 BC, 5 BC, ... are leap years) until 4 October 1582, which is
+// followed by 15 October, and the Gregorian calendar after.
+TEST(Host, JulianDaysAgreeWithAWalkThroughTheCalendar) {
+    auto leap = [](int year, bool gregorian) {
+        const int astronomical = year < 0 ? year + 1 : year;
+        if (!gregorian) return astronomical % 4 == 0;
+        return (astronomical % 4 == 0 && astronomical % 100 != 0) || astronomical % 400 == 0;
+    };
+    static const int kDays[12] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    int64_t jd = 0;
+    int mismatches = 0;
+    for (int year = -4713; year <= 2200; ++year) {
+        if (year == 0) continue;
+        for (int month = 1; month <= 12; ++month) {
+            const bool gregorian = year > 1582 || (year == 1582 && month > 10);
+            const int days = kDays[month - 1] + (month == 2 && leap(year, gregorian) ? 1 : 0);
+            for (int day = 1; day <= days; ++day) {
+                if (year == 1582 && month == 10 && day > 4 && day < 15) continue;  // never happened
+                if (julday(month, day, year) != jd && ++mismatches <= 5)
+                    ADD_FAILURE() << year << "-" << month << "-" << day << ": " << julday(month, day, year)
+                                  << ", counted " << jd;
+                ++jd;
+            }
+        }
+    }
+    EXPECT_EQ(mismatches, 0);
+    EXPECT_EQ(jd - 1, julday(12, 31, 2200));
+}
+
 TEST(Host, SettingsAndTheirDefault) {
     char out[16];
     // A key nobody has: the default, cut to the buffer.
