@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <vector>
 
 #include "interactive/session.h"
 #include "kestrel/colour.h"
@@ -39,24 +38,30 @@ KESTREL_API void KESTREL_CALL TrackPolygon(const int32_t *x, const int32_t *y, i
         mCGS.interactive = 0;
         KBInitialize();
 
-        std::vector<KPoint32> outline(static_cast<size_t>(count));
+        KPoint32 chunk[512];  // the outline is drawn in pieces: no allocation per redraw
         bool drawn = false, captured = true;
         plat::Rect covered{};
         while (!mCGS.interactive) {
             if (drawn) restoreFromPicture(client, covered);
             const Point m = mouseInWindow();
-            *dx = m.x - start.x;
-            *dy = m.y - start.y;
+            *dx = addPixels(m.x, -int64_t{start.x});
+            *dy = addPixels(m.y, -int64_t{start.y});
             if (client && count > 0) {
                 plat::Rect box{INT32_MAX, INT32_MAX, INT32_MIN, INT32_MIN};
+                int n = 0;
                 for (int32_t i = 0; i < count; ++i) {
-                    outline[i] = {x[i] - iHscrollPos + *dx, y[i] - iVscrollPos + *dy};
-                    box.left = std::min(box.left, x[i] + *dx - 1);
-                    box.top = std::min(box.top, y[i] + *dy - 1);
-                    box.right = std::max(box.right, x[i] + *dx + 2);
-                    box.bottom = std::max(box.bottom, y[i] + *dy + 2);
+                    const int32_t px = addPixels(x[i], *dx), py = addPixels(y[i], *dy);
+                    chunk[n++] = {addPixels(px, -int64_t{iHscrollPos}), addPixels(py, -int64_t{iVscrollPos})};
+                    box.left = std::min(box.left, px - 1);
+                    box.top = std::min(box.top, py - 1);
+                    box.right = std::max(box.right, px + 2);
+                    box.bottom = std::max(box.bottom, py + 2);
+                    if (n == 512 || i == count - 1) {
+                        plat::polyline(client, chunk, n);
+                        chunk[0] = chunk[n - 1];  // the next piece starts where this one ends
+                        n = 1;
+                    }
                 }
-                plat::polyline(client, outline.data(), count);
                 covered = box;
                 drawn = true;
             }
@@ -107,16 +112,16 @@ KESTREL_API int32_t KESTREL_CALL MoveBitMap(void) {
     int32_t total = 0;
     for (;;) {
         const Point m = mouseInWindow();
-        const int32_t dx = m.x - last.x, dy = m.y - last.y;
+        const int32_t dx = addPixels(m.x, -int64_t{last.x}), dy = addPixels(m.y, -int64_t{last.y});
         last = m;
         if ((dx != 0 || dy != 0) && std::abs(dx) < kJump && std::abs(dy) < kJump) {
-            const int32_t h = std::clamp(iHscrPos - dx, 0, std::max(iHscrollLim, 0));
-            const int32_t v = std::clamp(iVscrPos - dy, 0, std::max(iVscrollLim, 0));
+            const int32_t h = std::clamp(addPixels(iHscrPos, -int64_t{dx}), 0, std::max(iHscrollLim, 0));
+            const int32_t v = std::clamp(addPixels(iVscrPos, -int64_t{dy}), 0, std::max(iVscrollLim, 0));
             plat::sendScrollMessage(hWndClient, plat::MsgHScroll,
                                     static_cast<uint32_t>(plat::ScrollThumbTrack) | (static_cast<uint32_t>(h) << 16));
             plat::sendScrollMessage(hWndClient, plat::MsgVScroll,
                                     static_cast<uint32_t>(plat::ScrollThumbTrack) | (static_cast<uint32_t>(v) << 16));
-            total += std::abs(dx) + std::abs(dy);
+            total = static_cast<int32_t>(std::min<int64_t>(INT32_MAX, int64_t{total} + std::abs(dx) + std::abs(dy)));
         }
         // A click outside the window (or a host that cannot wait) ends the
         // drag as surely as the button coming up.

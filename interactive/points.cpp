@@ -90,7 +90,9 @@ extern "C" KESTREL_API int32_t KESTREL_CALL GetPoints(float *x, float *y, int32_
 
         // The points in picture pixels beside the caller's user values.
         std::vector<Point> picked;
-        picked.reserve(static_cast<size_t>(std::max(initial, maxCount)) + 1);
+        // Grown as the user clicks: the host's maximum may be far beyond what
+        // anyone picks by hand.
+        picked.reserve(static_cast<size_t>(initial) + 16);
         for (int32_t i = 0; i < initial; ++i) picked.push_back({xPixel(x[i]), yPixel(y[i])});
         KBInitialize();
 

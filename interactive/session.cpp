@@ -1,6 +1,7 @@
 #include "interactive/session.h"
 
 #include "kestrel/frame.h"
+#include "plot/transform.h"
 
 namespace kestrel::interactive {
 
@@ -19,8 +20,9 @@ float userY(int32_t py) { return userOf(VY, py); }
 
 void restoreFromPicture(KDC client, const plat::Rect &r) {
     if (!client || !hdcMem || r.right <= r.left || r.bottom <= r.top) return;
-    plat::bitBlt(client, r.left - iHscrollPos, r.top - iVscrollPos, r.right - r.left, r.bottom - r.top, hdcMem,
-                 r.left, r.top);
+    const int64_t w = int64_t{r.right} - r.left, h = int64_t{r.bottom} - r.top;
+    plat::bitBlt(client, clampPixel(int64_t{r.left} - iHscrollPos), clampPixel(int64_t{r.top} - iVscrollPos),
+                 clampPixel(w), clampPixel(h), hdcMem, r.left, r.top);
 }
 
 bool insideClient(Point p) {

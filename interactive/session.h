@@ -8,6 +8,7 @@
 
 #include "kestrel/globals.h"
 #include "platform/platform.h"
+#include "plot/transform.h"
 
 namespace kestrel::interactive {
 
@@ -20,12 +21,18 @@ struct Point {
     int32_t x, y;
 };
 
+// Pixel arithmetic on what the host hands in, kept within the range the
+// drawing code can take (no int32 overflow, whatever the host wrote).
+inline int32_t addPixels(int64_t a, int64_t b) { return clampPixel(a + b); }
+
 // The mouse in client-window pixels.
-inline Point mouseInWindow() { return {unwrapCoordinate(CM_Xpos), unwrapCoordinate(CM_Ypos)}; }
+inline Point mouseInWindow() {
+    return {clampPixel(unwrapCoordinate(CM_Xpos)), clampPixel(unwrapCoordinate(CM_Ypos))};
+}
 // The mouse in picture pixels (the window scrolled over hdcMem).
 inline Point mouseInPicture() {
     const Point m = mouseInWindow();
-    return {m.x + iHscrollPos, m.y + iVscrollPos};
+    return {clampPixel(int64_t{m.x} + iHscrollPos), clampPixel(int64_t{m.y} + iVscrollPos)};
 }
 
 // User coordinates of a picture pixel: the inverse of the drawing transform.

@@ -47,7 +47,8 @@ int handleSquares(const ZoomBoxState &b, plat::Rect out[8]) {
 
 // Window rectangle -> picture rectangle.
 plat::Rect toPicture(plat::Rect r) {
-    return {r.left + iHscrollPos, r.top + iVscrollPos, r.right + iHscrollPos, r.bottom + iVscrollPos};
+    return {clampPixel(int64_t{r.left} + iHscrollPos), clampPixel(int64_t{r.top} + iVscrollPos),
+            clampPixel(int64_t{r.right} + iHscrollPos), clampPixel(int64_t{r.bottom} + iVscrollPos)};
 }
 
 void eraseBox(KDC client) {
@@ -68,7 +69,7 @@ void eraseBox(KDC client) {
 enum Zone { None = 0, LowerLeft, UpperRight, LowerRight, UpperLeft, Top, Left, Bottom, Right, Inside };
 
 Zone boxZone(Point p, int32_t left, int32_t right, int32_t top, int32_t bottom) {
-    auto near = [](int32_t a, int32_t b) { return std::abs(a - b) < 5; };
+    auto near = [](int64_t a, int64_t b) { return std::abs(a - b) < 5; };
     if (near(p.x, right) && near(p.y, top)) return UpperRight;
     if (near(p.x, left) && near(p.y, bottom)) return LowerLeft;
     if (near(p.x, left) && near(p.y, top)) return UpperLeft;
@@ -153,7 +154,7 @@ int32_t runZoomLoop(Tool &tool) {
     return result;
 }
 
-float userStep(int32_t pixels, const KAxis &a) {
+float userStep(int64_t pixels, const KAxis &a) {
     return a.pixPerUser != 0.0f ? static_cast<float>(pixels / static_cast<double>(a.pixPerUser)) : 0.0f;
 }
 
@@ -195,7 +196,7 @@ struct ViewportTool {
     Zone zone(Point p) const { return boxZone(p, left, right, top, bottom); }
 
     bool drag(Zone z, Point p, Point last) {
-        const float dx = userStep(p.x - last.x, VX), dy = userStep(p.y - last.y, VY);
+        const float dx = userStep(int64_t{p.x} - last.x, VX), dy = userStep(int64_t{p.y} - last.y, VY);
         if (dx == 0.0f && dy == 0.0f) return false;
         switch (z) {
         case LowerLeft: *x0 += dx; *y0 += dy; break;
@@ -225,8 +226,8 @@ struct ColourBarTool {
     void setUp() {
         const double w = std::max(0.35 / (VX.vpLength != 0.0f ? VX.vpLength : 1.0f), 0.03);
         const int32_t p = truncPixel((static_cast<double>(VX.umax) - VX.umin) * w * VX.pixPerUser);
-        stripLeft = VX.highPix + 1 + p / 2;
-        stripRight = stripLeft + 2 * p;
+        stripLeft = clampPixel(int64_t{VX.highPix} + 1 + p / 2);
+        stripRight = clampPixel(int64_t{stripLeft} + 2 * int64_t{p});
         stripLeftUser = userX(stripLeft);
         stripRightUser = userX(stripRight);
         a0 = Vcmap.a0;
@@ -262,14 +263,14 @@ struct ColourBarTool {
 
     Zone zone(Point p) const {
         if (p.x <= stripLeft || p.x >= stripRight) return None;
-        if (std::abs(p.y - row1) < 5) return Top;
-        if (std::abs(p.y - row0) < 5) return Bottom;
+        if (std::abs(int64_t{p.y} - row1) < 5) return Top;
+        if (std::abs(int64_t{p.y} - row0) < 5) return Bottom;
         if (row1 + 5 < p.y && p.y < row0 - 5) return Inside;
         return None;
     }
 
     bool drag(Zone z, Point p, Point last) {
-        const float dy = userStep(p.y - last.y, VY);
+        const float dy = userStep(int64_t{p.y} - last.y, VY);
         if (dy == 0.0f) return false;
         if (z == Top || z == Inside) y1 += dy;
         if (z == Bottom || z == Inside) y0 += dy;
@@ -289,10 +290,10 @@ KESTREL_API void KESTREL_CALL DrawZoomBox(float x0, float y0, float x1, float y1
         return;
     }
     ZoomBoxState &b = g_box;
-    b.left = xPixel(x0) - iHscrollPos;
-    b.right = xPixel(x1) - iHscrollPos;
-    b.bottom = yPixel(y0) - iVscrollPos;
-    b.top = yPixel(y1) - iVscrollPos;
+    b.left = clampPixel(int64_t{xPixel(x0)} - iHscrollPos);
+    b.right = clampPixel(int64_t{xPixel(x1)} - iHscrollPos);
+    b.bottom = clampPixel(int64_t{yPixel(y0)} - iVscrollPos);
+    b.top = clampPixel(int64_t{yPixel(y1)} - iVscrollPos);
     if (b.left > b.right) std::swap(b.left, b.right);
     if (b.top > b.bottom) std::swap(b.top, b.bottom);
     b.xmid = (b.left + b.right - kHandle) / 2;
@@ -343,8 +344,8 @@ KESTREL_API int32_t KESTREL_CALL ZoomColorBar(float *z0, float *z1, int32_t deci
 KESTREL_API float KESTREL_CALL KroundDecimals(float value, int32_t decimals) {
     // An integer power of ten, so that 2 decimals scale by exactly 100.
     double f = 1.0;
-    const int32_t n = decimals < 0 ? -decimals : decimals;
-    for (int32_t i = 0; i < n && i < 400; ++i) f *= 10.0;
+    const int64_t n = decimals < 0 ? -static_cast<int64_t>(decimals) : decimals;
+    for (int64_t i = 0; i < n && i < 400; ++i) f *= 10.0;  // past 10^308 it is infinite anyway
     if (decimals < 0) f = 1.0 / f;
     const double s = static_cast<double>(value) * f;
     if (!(std::fabs(s) < 1e8) || s == 0.0) return value;  // NaN and the infinities too

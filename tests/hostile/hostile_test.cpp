@@ -20,6 +20,16 @@
 #include "kestrel/kestrel.h"
 #include "platform/platform.h"
 
+#ifdef _WIN32
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <windows.h>
+#endif
+
 namespace {
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
@@ -688,6 +698,43 @@ TEST_F(Hostile, HousekeepingWithNullsAndLongPaths) {
     DeleteOldFiles("/no/such/dir/*", INT32_MIN);
     EXPECT_EQ(SpawnDetachedProcess(nullptr, nullptr, 0), 1);
     EXPECT_EQ(SpawnDetachedProcess("\"\"\"", huge.c_str(), 1), 1);
+}
+
+// The modal tools with no host window to wait on end at once (on Windows
+// a quit message ends them), whatever their arguments.
+TEST_F(Hostile, InteractiveToolsWithoutAWindowAndWithBadArguments) {
+#ifdef _WIN32
+    PostQuitMessage(0);  // handed on by every tool that meets it
+#endif
+    float x[4] = {0}, y[4] = {0};
+    for (int32_t n : kBadCounts) {
+        EXPECT_EQ(GetPoints(x, y, n, 0, 0), 0);
+        EXPECT_EQ(GetPoints(x, y, 4, n < 0 ? n : 0, 0), 0);
+        int32_t dx = 0, dy = 0;
+        const int32_t px[2] = {0, 1}, py[2] = {0, 1};
+        TrackPolygon(px, py, n < 0 ? n : 2, &dx, &dy);
+    }
+    EXPECT_EQ(GetPoints(nullptr, nullptr, 4, 0, 0), 0);
+    TrackPolygon(nullptr, nullptr, 3, nullptr, nullptr);
+    float a = kNaN, b = kInf, c = -kInf, d = 3.0e38f;
+    EXPECT_EQ(ZoomViewPort(&a, &b, INT32_MAX, &c, &d, INT32_MIN), 27);
+    EXPECT_EQ(ZoomViewPort(nullptr, &b, 1, &c, &d, 1), 27);
+    Vcmap.a0 = Vcmap.a1 = 1.0f;  // an empty colour range
+    EXPECT_EQ(ZoomColorBar(&a, &b, 2), 27);
+    EXPECT_EQ(ZoomColorBar(nullptr, nullptr, 2), 27);
+    CM_Bstatus = 1;
+    EXPECT_EQ(MoveBitMap(), 0);
+    CM_Bstatus = 0;
+    for (float v : kBadFloats) {
+        DrawZoomBox(v, v, -v, v, 1);
+        for (int32_t dec : {INT32_MIN, -400, -1, 0, 7, 400, INT32_MAX}) KroundDecimals(v, dec);
+    }
+    DrawZoomBox(-1.0e10f, 0, 0, 0, 0);
+#ifdef _WIN32
+    MSG m;
+    while (PeekMessageA(&m, nullptr, 0, 0, PM_REMOVE)) {
+    }
+#endif
 }
 
 }  // namespace
