@@ -139,7 +139,8 @@ struct Images {
         setPalette();
         canvas = drawPlot();
         plot.resize(static_cast<size_t>(kW) * kH);
-        plat::bitmapPaletteIndices(canvas, nullptr, kW, kH, plat::Rect{0, 0, kW, kH}, plot.data());
+        plat::bitmapPaletteIndices(canvas, nullptr, kW, kH, plat::Rect{0, 0, kW, kH}, plot.data(), Vcolor,
+                                   mCGS.paletteSize);
         std::mt19937 rng(1);
         random.resize(plot.size());
         for (auto &p : random) p = static_cast<uint8_t>(rng() & 0xFF);

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "kestrel/projection.h"
-#include "maps/projections.h"
+#include "projection/projections.h"
 
 namespace {
 

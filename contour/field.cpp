@@ -14,6 +14,7 @@
 #include <cstring>
 #include <vector>
 
+#include "frame/message.h"
 #include "contour/colour_lookup.h"
 #include "contour/internal.h"
 #include "kestrel/colour.h"
@@ -376,7 +377,7 @@ extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float 
     labelRandom();
     auto *labels = static_cast<KContourLabel *>(std::calloc(KESTREL_MAX_CONTOUR_LABELS, sizeof(KContourLabel)));
     if (!labels) {
-        plat::messageBox(hWnd, "Could not allocate space for contour labels.", "ContourField ...",
+        kestrel::showMessage("Could not allocate space for contour labels.", "ContourField ...",
                          plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
         return;
     }

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame/message.h"
 #include "contour/internal.h"
 #include "kestrel/contour.h"
 #include "platform/platform.h"
@@ -48,7 +49,7 @@ inline bool before(const GRIDSEGMENT &s, int32_t row, int32_t column) {
 }  // namespace
 
 void kestrel::segmentAllocationFailed() {
-    plat::messageBox(hWnd, "Could not allocate GRIDSEGMENT memory!", "CTsetgs ...",
+    kestrel::showMessage("Could not allocate GRIDSEGMENT memory!", "CTsetgs ...",
                      plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
 }
 

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <string>
 
+#include "frame/message.h"
 #include "kestrel/frame.h"
 #include "kestrel/util.h"
 #include "platform/platform.h"
@@ -24,6 +25,6 @@ extern "C" KESTREL_API int32_t KESTREL_CALL LogLastError(const char *text, int32
     std::snprintf(line, sizeof line, "%s/%02d/%4d %02d:%02d:%02d> %s: %s", szMonth[month], t.day, t.year, t.hour,
                   t.minute, t.second, text ? text : "", clean);
     AppendRecord(szErrorLogFile, line);
-    if (show) plat::messageBox(hWnd, message.c_str(), text, plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
+    if (show) kestrel::showMessage(message.c_str(), text, plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
     return 0;
 }

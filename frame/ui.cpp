@@ -1,6 +1,7 @@
 // User-interface services used while long computations run.
 #include <cstring>
 
+#include "frame/message.h"
 #include "kestrel/frame.h"
 #include "kestrel/util.h"
 #include "platform/platform.h"
@@ -35,7 +36,7 @@ KESTREL_API int32_t KESTREL_CALL PeekMessagePump(void) {
 
 KESTREL_API int32_t KESTREL_CALL YesNoQuery(const char *text, const char *caption, int32_t *ask) {
     if (!ask || *ask == 0) return 0;
-    if (plat::messageBox(hWnd, text, caption, plat::MbYesNo | plat::MbIconExclamation) == plat::IdYes) return 1;
+    if (kestrel::showMessage(text, caption, plat::MbYesNo | plat::MbIconExclamation) == plat::IdYes) return 1;
     *ask = 0;
     return 0;
 }

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame/message.h"
 #include "grid/oa_internal.h"
 #include "kestrel/d3.h"
 #include "platform/platform.h"
@@ -185,7 +186,7 @@ KESTREL_API int32_t KESTREL_CALL D3AllocSet(D3Set *set, int32_t nx, int32_t ny, 
              set->zlen && pointsReady(*set) && set->gridEst && set->gridSpread && set->gridDist;
     }
     if (!ok) {
-        plat::messageBox(hWnd, "Could not Allocate Workspace!", "D3SET Allocation...",
+        kestrel::showMessage("Could not Allocate Workspace!", "D3SET Allocation...",
                          plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
         D3FreeSet(set);
         return 0;

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "frame/message.h"
 #include "grid/oa_internal.h"
 #include "kestrel/oa.h"
 #include "platform/platform.h"
@@ -94,7 +95,7 @@ KESTREL_API int32_t KESTREL_CALL OAAllocSet(OASet *set, float width, float heigh
              set->gridErr && set->gridErrOut;
     }
     if (!ok) {
-        plat::messageBox(hWnd, "Could not Allocate Workspace!", "OA Allocation...",
+        kestrel::showMessage("Could not Allocate Workspace!", "OA Allocation...",
                          plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
         OAFreeSet(set);
         return 0;

@@ -19,6 +19,7 @@
 #include <utility>
 
 #include "kestrel/axes.h"
+#include "maps/startup.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
 #include "kestrel/fit.h"
@@ -28,7 +29,7 @@
 #include "kestrel/usrsys.h"
 #include "kestrel/util.h"
 #include "maps/map_internal.h"
-#include "maps/projections.h"
+#include "projection/projections.h"
 #include "platform/platform.h"
 #include "plot/axes.h"
 #include "plot/transform.h"
@@ -206,13 +207,9 @@ void copyLabel(TextMaker make, float value, char *out, size_t size) {
 void lonAxisLabel(float value, char *out, size_t size) { copyLabel(MkeLonLabel, value, out, size); }
 void latAxisLabel(float value, char *out, size_t size) { copyLabel(MkeLatLabel, value, out, size); }
 
-void useMapAxisStyle() { gMapAxisStyle = MapAxisStyle{bandX, bandY, lonAxisLabel, latAxisLabel}; }
-
-// Installed at load as well, so that a host calling XAxisLabels or
-// YAxisLabels in map style directly gets the band and geographic labels.
-const bool gMapAxisStyleInstalled = (useMapAxisStyle(), true);
-
 }  // namespace
+
+void kestrel::useMapAxisStyle() { gMapAxisStyle = MapAxisStyle{bandX, bandY, lonAxisLabel, latAxisLabel}; }
 
 extern "C" {
 
@@ -413,12 +410,12 @@ KESTREL_API void KESTREL_CALL DrawYMapFrame(KDC dc, KFILE, float origin, float t
 }
 
 KESTREL_API void KESTREL_CALL XMapLabels(KDC dc, float yPos, float origin, float tick, float step) {
-    useMapAxisStyle();
+    kestrel::useMapAxisStyle();
     XAxisLabels(dc, yPos, origin, tick, step, nullptr, nullptr, 1);
 }
 
 KESTREL_API void KESTREL_CALL YMapLabels(KDC dc, float xPos, float origin, float tick, float step) {
-    useMapAxisStyle();
+    kestrel::useMapAxisStyle();
     YAxisLabels(dc, xPos, origin, tick, step, nullptr, 3);
 }
 

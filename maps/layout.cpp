@@ -19,7 +19,7 @@
 #include "kestrel/projection.h"
 #include "kestrel/usrsys.h"
 #include "maps/map_internal.h"
-#include "maps/projections.h"
+#include "projection/projections.h"
 #include "platform/platform.h"
 #include "plot/transform.h"
 

@@ -25,7 +25,7 @@
 #include "kestrel/projection.h"
 #include "kestrel/util.h"
 #include "maps/map_internal.h"
-#include "maps/projections.h"
+#include "projection/projections.h"
 #include "platform/platform.h"
 #include "plot/pstext.h"
 #include "plot/transform.h"

@@ -22,7 +22,6 @@
 #include <vector>
 
 #include "kestrel/types.h"
-#include "kestrel/globals.h"
 
 namespace kestrel::plat {
 
@@ -82,6 +81,16 @@ enum : unsigned {
 };
 enum : int { ScrollThumbTrack = 5 };
 
+// ---- Start-up ------------------------------------------------------------------
+// What the loader's notification runs (every notification on Windows, once
+// on load elsewhere). Defined by the library's start-up, which knows every
+// layer; the platform only calls it.
+void onLibraryLoad();
+// The colours that palette-index colour values (0x01000000 | i) stand for on
+// a canvas: 256 red, green, blue triples owned by the caller, read at each
+// use. Until set they are black.
+void setIndexColours(const uint8_t (*table)[3]);
+
 // ---- System ----------------------------------------------------------------
 void localTime(LocalTime *t);
 void osVersion(KOSVersionInfo *v);        // v->dwOSVersionInfoSize set by the caller
@@ -115,6 +124,8 @@ bool clientRect(KWND w, Rect *r);
 bool windowRect(KWND w, Rect *r);          // screen coordinates
 bool cursorPos(int32_t *x, int32_t *y);    // screen coordinates
 KWND createProgressBar(KWND parent, KINSTANCE inst, int x, int y, int w, int h, int range, int step);
+// The answer (IdOk, IdYes, ...); 0 when there is nobody to ask (a POSIX
+// host without the callback).
 int messageBox(KWND owner, const char *text, const char *caption, unsigned type);
 void pumpMessages(KWND w);                 // dispatch what is waiting; never waits
 void waitMessage();                        // block until an event arrives
@@ -208,11 +219,12 @@ bool fillRects(KDC dc, const Rect *rects, int n, KBRUSH brush);
 // top-down, row after row, into out (part width x part height bytes). On
 // Windows the pixels come through GetDIBits in palette-index mode against
 // the palette selected into dc; on POSIX each pixel becomes the first of the
-// mCGS.paletteSize entries of Vcolor nearest to its colour. Pixels outside
+// count entries of colours nearest to its colour. Pixels outside
 // the picture read as 0. No more than the part and the real bitmap is ever
 // allocated, whatever the host's width and height say. False when the
 // picture cannot be read (out is then all 0).
-bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, const Rect &part, uint8_t *out);
+bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, const Rect &part, uint8_t *out,
+                          const uint8_t (*colours)[3], int count);
 // The real size of the bitmap (selected into dc when bitmap is null); false
 // when there is none.
 bool bitmapSize(KDC dc, KBITMAP bitmap, int *width, int *height);

@@ -27,6 +27,7 @@
 // value without lookups (see encodeImage) and leaves the child table, which
 // nothing can read during the export, alone. Finished sub-blocks then collect
 // in a buffer that goes to the file in 64 KiB writes; the bytes are the same.
+#include "frame/message.h"
 #include "plot/gif.h"
 
 #include <algorithm>
@@ -378,7 +379,7 @@ void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t 
 }
 
 void errorBox(const char *text) {
-    plat::messageBox(hWnd, text, "Error writing GIF file ...", plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
+    kestrel::showMessage(text, "Error writing GIF file ...", plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
 }
 
 }  // namespace
@@ -443,7 +444,8 @@ KESTREL_API int32_t KESTREL_CALL BMPtoGIF(KDC hdc, KBITMAP bitmap, int32_t *rect
         return fail("Could not allocate memory for the bitmap!");
     }
     const plat::Rect part{rect[0], rect[1], rect[2] + 1, rect[3] + 1};
-    if (!plat::bitmapPaletteIndices(hdc, bitmap, Vbmp_size_cx, Vbmp_size_cy, part, pixels.get())) {
+    if (!plat::bitmapPaletteIndices(hdc, bitmap, Vbmp_size_cx, Vbmp_size_cy, part, pixels.get(), Vcolor,
+                                    mCGS.paletteSize)) {
         plat::fileClose(file);
         return fail("Could not read the bitmap!");
     }

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <string>
 
+#include "frame/message.h"
 #include "plot/pstext.h"
 
 #include "kestrel/frame.h"
@@ -116,13 +117,13 @@ KESTREL_API KFILE KESTREL_CALL PSOpenFile(const char *psFileName, const char *pr
     if (preambleFileName && !IsFileExisting(preambleFileName)) {
         const std::string text = std::string("PS-Preamble ") + preambleFileName +
                                  " not Found!\n\nNo PostScript File will be Written.";
-        plat::messageBox(hWnd, text.c_str(), "Opening PostScript File", box);
+        kestrel::showMessage(text.c_str(), "Opening PostScript File", box);
         return nullptr;
     }
     KFILE file = psFileName ? plat::fileCreate(psFileName) : nullptr;
     if (!file) {
         const std::string text = std::string("Could not Open ") + (psFileName ? psFileName : "");
-        plat::messageBox(hWnd, text.c_str(), "Opening PostScript File", box);
+        kestrel::showMessage(text.c_str(), "Opening PostScript File", box);
         return nullptr;
     }
     write(file, eps ? "%!PS-Adobe-3.0 EPSF-3.0\n" : "%!PS-Adobe-3.0\n");

@@ -18,7 +18,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "frame/state.h"
+#include "plot/textstate.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
 #include "kestrel/frame.h"
@@ -31,6 +31,7 @@ using namespace kestrel;
 
 namespace kestrel {
 std::vector<PlacedChar> *gTextTrace = nullptr;
+TextLayoutSettings gTextLayout;
 }
 
 namespace {
@@ -128,7 +129,7 @@ KESTREL_API void KESTREL_CALL ScanString(KDC dc, const char *text, float x, floa
     double h = mCGS.tm.tmHeight, descent = mCGS.tm.tmDescent;
     if (!draw) {
         dli.fontHeight = h;
-        dli.lineHeight = (1.0 + gTextLineSpacing) * h;
+        dli.lineHeight = (1.0 + gTextLayout.lineSpacing) * h;
     }
     // Rotated text in the text face sits too low on the NT platforms' own
     // renderer; this raise puts it back on its line there.
@@ -169,7 +170,7 @@ KESTREL_API void KESTREL_CALL ScanString(KDC dc, const char *text, float x, floa
     plat::textExtent(dc, "I", 1, &iw);
     h = mCGS.tm.tmHeight;
     descent = mCGS.tm.tmDescent;
-    double w = iw.cx * gTextSpaceFactor;
+    double w = iw.cx * gTextLayout.spaceFactor;
     for (int32_t i = 0; i < index; ++i) w += Vfp[i][0];
     const double L = dli.lineHeight, c = g_cos, s = g_sin;
     const double px = xPixel(x), py = yPixel(y);
@@ -191,7 +192,7 @@ KESTREL_API void KESTREL_CALL ScanString(KDC dc, const char *text, float x, floa
     }
     dli.width = w;
     const double along = iw.cx * (mFS.italic ? 0.25 : 0.5);
-    const double up = 0.5 * gTextLineSpacing * h + descent;
+    const double up = 0.5 * gTextLayout.lineSpacing * h + descent;
     dli.curX = bx[0] + along * c - up * s;
     dli.curY = by[0] - along * s - up * c;
 }

@@ -92,9 +92,6 @@ typedef struct KColorMap {
     float a0, a1, invDataSpan;
 } KColorMap;
 
-typedef struct KPoint32 {
-    int32_t x, y;
-} KPoint32;
 
 /* State of the last laid-out string. */
 typedef struct KTextLayout {

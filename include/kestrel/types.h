@@ -51,6 +51,11 @@ typedef uint32_t KCOLORREF;
 
 /* Operating-system version record, laid out as the platform's OSVERSIONINFOA
  * (148 bytes, its own size in the first field). */
+/* A point in device pixels. */
+typedef struct KPoint32 {
+    int32_t x, y;
+} KPoint32;
+
 typedef struct KOSVersionInfo {
     uint32_t dwOSVersionInfoSize;
     uint32_t dwMajorVersion;

@@ -138,14 +138,16 @@ struct KCanvas {
 
 namespace {
 
+const uint8_t (*g_indexColours)[3] = nullptr;  // what palette-index colours stand for
+
 void setSource(cairo_t *cr, KCOLORREF c) {
     int r, g, b;
     if ((c & 0xFF000000u) == 0x01000000u) {
         unsigned i = c & 0xFFFFu;
         if (i > 255) i = 0;
-        r = Vcolor[i][0];
-        g = Vcolor[i][1];
-        b = Vcolor[i][2];
+        r = g_indexColours ? g_indexColours[i][0] : 0;
+        g = g_indexColours ? g_indexColours[i][1] : 0;
+        b = g_indexColours ? g_indexColours[i][2] : 0;
     } else {
         r = c & 0xFF;
         g = (c >> 8) & 0xFF;
@@ -541,6 +543,8 @@ KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC c) {
 
 namespace kestrel::plat {
 
+void setIndexColours(const uint8_t (*table)[3]) { g_indexColours = table; }
+
 GdiObj getStockObject(int which) {
     if (which >= 0 && which <= StockNullPen) return &g_stock[which];
     if (which == StockSystemFont) return &g_systemFont;
@@ -859,7 +863,8 @@ bool bitmapSize(KDC c, KBITMAP, int *width, int *height) {
     return true;
 }
 
-bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, const Rect &part, uint8_t *out) {
+bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, const Rect &part, uint8_t *out,
+                          const uint8_t (*colours)[3], int count) {
     c = live(c);
     if (!out || width <= 0 || height <= 0 || part.left < 0 || part.top < 0 || part.right <= part.left ||
         part.bottom <= part.top)
@@ -868,14 +873,14 @@ bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, const Rect &par
     const size_t h = static_cast<size_t>(static_cast<int64_t>(part.bottom) - part.top);
     std::memset(out, 0, w * h);
     if (!c) return false;
-    const int n = std::clamp(static_cast<int>(mCGS.paletteSize), 0, 256);
+    const int n = colours ? std::clamp(count, 0, 256) : 0;
     if (n == 0) return true;  // every pixel is entry 0
-    auto nearest = [n](uint32_t rgb) {
+    auto nearest = [n, colours](uint32_t rgb) {
         const int r = static_cast<int>((rgb >> 16) & 0xFF), g = static_cast<int>((rgb >> 8) & 0xFF),
                   b = static_cast<int>(rgb & 0xFF);
         int best = 0, bestD = 1 << 30;
         for (int i = 0; i < n && bestD > 0; ++i) {
-            const int dr = r - Vcolor[i][0], dg = g - Vcolor[i][1], db = b - Vcolor[i][2];
+            const int dr = r - colours[i][0], dg = g - colours[i][1], db = b - colours[i][2];
             const int d = dr * dr + dg * dg + db * db;
             if (d < bestD) {
                 bestD = d;

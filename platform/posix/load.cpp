@@ -1,7 +1,7 @@
 // On POSIX the library starts itself up when it is loaded, as the Windows DLL
 // does from its entry point.
-#include "kestrel/frame.h"
+#include "platform/platform.h"
 
 namespace {
-__attribute__((constructor)) void kestrelOnLoad() { initKestrel(); }
+__attribute__((constructor)) void kestrelOnLoad() { kestrel::plat::onLibraryLoad(); }
 }  // namespace

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "kestrel/canvas.h"
-#include "kestrel/util.h"
 #include "platform/platform.h"
 
 namespace kestrel::plat {
@@ -30,7 +29,7 @@ extern "C" KESTREL_API void KESTREL_CALL KestrelSetUICallbacks(const KUICallback
 namespace kestrel::plat {
 
 void setWindowText(KWND w, const char *text) {
-    if (!w || w != hWndStatusBar) return;
+    if (!w) return;
     g_statusParts[0] = text ? text : "";
     if (g_cb.statusText) g_cb.statusText(g_cb.user, text ? text : "");
 }
@@ -69,18 +68,7 @@ KWND createProgressBar(KWND, KINSTANCE, int x, int y, int w, int h, int range, i
 }
 
 int messageBox(KWND, const char *text, const char *caption, unsigned type) {
-    if (g_cb.messageBox) return g_cb.messageBox(g_cb.user, text ? text : "", caption ? caption : "", type);
-    const int answer = (type & 0xF) == MbYesNo ? IdYes : IdOk;
-    if (szErrorLogFile[0]) {
-        std::string line = "MESSAGE (";
-        line += caption ? caption : "";
-        line += answer == IdYes ? ", answered Yes): " : "): ";
-        line += text ? text : "";
-        for (char &c : line)
-            if (c == '\n' || c == '\r') c = ' ';
-        AppendRecord(szErrorLogFile, line.c_str());
-    }
-    return answer;
+    return g_cb.messageBox ? g_cb.messageBox(g_cb.user, text ? text : "", caption ? caption : "", type) : 0;
 }
 
 void pumpMessages(KWND) {
@@ -121,7 +109,7 @@ void releaseMouse() {
 }
 
 void setStatusPart(KWND bar, int part, const char *text) {
-    if (!bar || bar != hWndStatusBar || part < 0) return;
+    if (!bar || part < 0) return;
     if (!text) text = "";
     if (part < 4) g_statusParts[part] = text;
     if (g_cb.statusPart)
@@ -131,7 +119,7 @@ void setStatusPart(KWND bar, int part, const char *text) {
 }
 
 std::string statusPart(KWND bar, int part) {
-    if (!bar || bar != hWndStatusBar || part < 0) return {};
+    if (!bar || part < 0) return {};
     if (g_cb.getStatusPart) {
         char buf[512] = {0};
         if (g_cb.getStatusPart(g_cb.user, part, buf, static_cast<int32_t>(sizeof buf))) {

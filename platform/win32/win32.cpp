@@ -51,6 +51,10 @@ std::string lastErrorMessage() {
 
 void beep() { MessageBeep(0xFFFFFFFF); }
 
+// GDI resolves palette-index colours through the palette selected into the
+// device context.
+void setIndexColours(const uint8_t (*)[3]) {}
+
 static KFILE wrap(HANDLE h) { return h == INVALID_HANDLE_VALUE ? nullptr : static_cast<KFILE>(h); }
 
 KFILE fileCreate(const char *path) {
@@ -300,7 +304,8 @@ bool bitmapSize(KDC dc, KBITMAP bitmap, int *width, int *height) {
     return true;
 }
 
-bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, const Rect &part, uint8_t *out) {
+bool bitmapPaletteIndices(KDC dc, KBITMAP bitmap, int width, int height, const Rect &part, uint8_t *out,
+                          const uint8_t (*)[3], int) {
     if (!out || width <= 0 || height <= 0 || part.left < 0 || part.top < 0 || part.right <= part.left ||
         part.bottom <= part.top)
         return false;

@@ -7,7 +7,7 @@
 
 #include "common/testing.h"
 #include "kestrel/projection.h"
-#include "maps/projections.h"
+#include "projection/projections.h"
 
 namespace kt {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "frame/state.h"
+#include "plot/textstate.h"
 #include "plot/text.h"
 #include "plot_fixture.h"
 

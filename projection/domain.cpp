@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "kestrel/projection.h"
-#include "maps/projections.h"
+#include "projection/projections.h"
 
 namespace kestrel {
 

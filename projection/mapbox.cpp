@@ -7,7 +7,7 @@
 #include <cmath>
 
 #include "kestrel/projection.h"
-#include "maps/projections.h"
+#include "projection/projections.h"
 
 using namespace kestrel;
 

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "maps/projections.h"
+#include "projection/projections.h"
 
 namespace kestrel {
 

@@ -15,7 +15,7 @@
 // them it compares the longitude offset as given, without wrapping it.
 #include <cmath>
 
-#include "maps/ortho_common.h"
+#include "projection/ortho_common.h"
 
 namespace kestrel {
 namespace {

@@ -10,7 +10,7 @@
 #include <cmath>
 
 #include "kestrel/projection.h"
-#include "maps/projections.h"
+#include "projection/projections.h"
 
 namespace kestrel {
 

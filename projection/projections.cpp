@@ -1,5 +1,5 @@
 // The projection table, the map state and the exported forward and inverse.
-#include "maps/projections.h"
+#include "projection/projections.h"
 
 #include <cmath>
 

@@ -1,14 +1,13 @@
-// Library start-up.
-#include "frame/state.h"
+// The library's start-up: the one place that knows every layer. The loader's
+// notification (the DLL entry point, the shared object's constructor) comes
+// here through the platform's onLibraryLoad; a host that links the library
+// statically calls initKestrel itself.
 #include "kestrel/frame.h"
 #include "kestrel/postscript.h"
 #include "kestrel/usrsys.h"
+#include "maps/startup.h"
 #include "platform/platform.h"
-
-namespace kestrel {
-double gTextLineSpacing = 0.2;
-double gTextSpaceFactor = 1.0;
-}  // namespace kestrel
+#include "plot/textstate.h"
 
 namespace {
 bool g_started = false;  // the once-per-process part has run
@@ -25,9 +24,13 @@ extern "C" KESTREL_API void KESTREL_CALL initKestrel(void) {
     hBB = static_cast<KBRUSH>(plat::getStockObject(plat::StockBlackBrush));
     if (!g_started) {
         g_started = true;
+        // Palette-index colours on a canvas are the library's colour table.
+        plat::setIndexColours(Vcolor);
         SetDfltFont(&mFS);
-        gTextLineSpacing = 0.2;
-        gTextSpaceFactor = 1.0;
+        gTextLayout = TextLayoutSettings{};
+        useMapAxisStyle();
         szErrorLogFile[0] = '\0';
     }
 }
+
+void kestrel::plat::onLibraryLoad() { initKestrel(); }

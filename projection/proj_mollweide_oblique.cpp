@@ -17,7 +17,7 @@
 // as the host has always had them.
 #include <cmath>
 
-#include "maps/mollweide_common.h"
+#include "projection/mollweide_common.h"
 
 namespace kestrel {
 namespace {

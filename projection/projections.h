@@ -1,15 +1,15 @@
 // The projection engine: the single map state and the table of projections.
 //
-// Every projection lives in its own file (maps/proj_*.cpp) with the same
+// Every projection lives in its own file (projection/proj_*.cpp) with the same
 // shape: an opening comment with its formulas and their published source,
 // then `forward`, `inverse` and `onMap` in an anonymous namespace, then one
-// ProjectionDef constant. The table in maps/projections.cpp registers each
+// ProjectionDef constant. The table in projection/projections.cpp registers each
 // one under its code; nothing else needs to know a projection exists.
 //
 // Notation used in every file: lon, lat geographic [deg]; d = lon minus the
 // centre longitude [deg]; x, y map coordinates on the unit sphere.
-#ifndef KESTREL_MAPS_PROJECTIONS_H
-#define KESTREL_MAPS_PROJECTIONS_H
+#ifndef KESTREL_PROJECTION_PROJECTIONS_H
+#define KESTREL_PROJECTION_PROJECTIONS_H
 
 #include <cstdint>
 

@@ -4,7 +4,7 @@
 //
 // Every unknown code falls back to this one, so a bad code leaves positions
 // unchanged rather than failing.
-#include "maps/projections.h"
+#include "projection/projections.h"
 
 namespace kestrel {
 namespace {

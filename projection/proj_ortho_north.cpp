@@ -10,7 +10,7 @@
 // 0.01 deg are raised to 0.01: the far hemisphere folds onto the rim.
 #include <cmath>
 
-#include "maps/ortho_common.h"
+#include "projection/ortho_common.h"
 
 namespace kestrel {
 namespace {

@@ -11,7 +11,7 @@
 // poles x drifts further (0.038 at 85 deg) because the polynomial does not
 // close a pole into a point but keeps a line of half-length 0.085. The inverse is exact.
 // The longitude offset d is held to +-179.99 deg, the latitude to +-90.
-#include "maps/mollweide_common.h"
+#include "projection/mollweide_common.h"
 
 namespace kestrel {
 namespace {

@@ -10,7 +10,7 @@
 // folds onto the rim instead of showing through.
 #include <cmath>
 
-#include "maps/ortho_common.h"
+#include "projection/ortho_common.h"
 
 namespace kestrel {
 namespace {
