@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "kestrel/globals.h"
 #include "kestrel/host.h"
 #include "kestrel/util.h"
 #include "platform/platform.h"
@@ -212,15 +211,6 @@ KESTREL_API int32_t KESTREL_CALL julday(int32_t month, int32_t day, int32_t year
     }
     jd = std::trunc(jd);
     return jd > 2147483647.0 || jd < -2147483648.0 ? -1 : static_cast<int32_t>(jd);
-}
-
-KESTREL_API int32_t KESTREL_CALL GetDateTime(char *out) {
-    if (!out) return 0;
-    kestrel::plat::LocalTime t{};
-    kestrel::plat::localTime(&t);
-    const int m = t.month >= 1 && t.month <= 12 ? t.month : 1;
-    return std::snprintf(out, 32, "%s/%02d/%4d  %02d:%02d:%02d", szMonth[m], t.day, t.year, t.hour, t.minute,
-                         t.second);
 }
 
 KESTREL_API int32_t KESTREL_CALL GetRegValue(KHKEY root, const char *key, const char *sub, const char *name, char *out,

@@ -20,17 +20,7 @@
 
 KESTREL_EXTERN_C_BEGIN
 
-/* The find-data record of a directory search, laid out as the Windows one
- * (WIN32_FIND_DATAA) so that a Windows host passes its own. */
-typedef struct KFindData {
-    uint32_t attributes;      /* 0x10: a directory */
-    uint32_t creationTime[2], lastAccessTime[2], lastWriteTime[2];
-    uint32_t sizeHigh, sizeLow, reserved0, reserved1;
-    char name[260];
-    char alternateName[14];
-} KFindData;
-
-#define K_FILE_ATTRIBUTE_DIRECTORY 0x10
+/* KFindData and K_FILE_ATTRIBUTE_DIRECTORY: types.h. */
 #define K_INVALID_SEARCH ((void *)(intptr_t)-1)
 
 typedef void *KHKEY; /* a registry root key (HKEY_CURRENT_USER, ...) */

@@ -51,6 +51,18 @@ typedef uint32_t KCOLORREF;
 
 /* Operating-system version record, laid out as the platform's OSVERSIONINFOA
  * (148 bytes, its own size in the first field). */
+/* The find-data record of a directory search, laid out as the Windows one
+ * (WIN32_FIND_DATAA) so that a Windows host passes its own. */
+typedef struct KFindData {
+    uint32_t attributes;      /* 0x10: a directory */
+    uint32_t creationTime[2], lastAccessTime[2], lastWriteTime[2];
+    uint32_t sizeHigh, sizeLow, reserved0, reserved1;
+    char name[260];
+    char alternateName[14];
+} KFindData;
+
+#define K_FILE_ATTRIBUTE_DIRECTORY 0x10
+
 /* A point in device pixels. */
 typedef struct KPoint32 {
     int32_t x, y;

@@ -17,7 +17,7 @@
 #include <vector>
 
 #include "kestrel/canvas.h"
-#include "kestrel/host.h"
+#include "kestrel/types.h"
 #include "platform/platform.h"
 
 namespace kestrel::plat {
