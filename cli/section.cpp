@@ -8,6 +8,7 @@
 // screen only, so their PostScript twin is written here, with the same
 // geometry.
 #include "section.h"
+#include "plot/psstream.h"
 
 #include "cli/derived.h"
 
@@ -108,19 +109,6 @@ void ticks(float a, float b, float *first, float *tic, float *ltic) {
     *ltic = std::fabs(*ltic);
 }
 
-struct PsWriter {
-    KFILE ps;
-    void operator()(const char *format, ...) const {
-        if (!ps) return;
-        char line[600];
-        std::va_list args;
-        va_start(args, format);
-        std::vsnprintf(line, sizeof line, format, args);
-        va_end(args);
-        KFileWriteText(ps, line);
-    }
-};
-
 std::string psText(const std::string &s) {
     char text[300];
     std::snprintf(text, sizeof text, "%s", s.c_str());
@@ -136,9 +124,9 @@ std::string psText(const std::string &s) {
 void postscriptAxes(KFILE ps, float x0, float y0, int32_t h, float size, const std::string &below,
                     const std::string &above, const std::string &left) {
     if (!ps) return;
-    const PsWriter out{ps};
+    kestrel::PsStream out(ps);
     const float tl = static_cast<float>(static_cast<int32_t>(0.3 * h));
-    out("\n%%%%PS-OBJECT: Axes begin\ngsave 0 setgray %g setlinewidth /fill? false def\n",
+    out.printf("\n%%%%PS-OBJECT: Axes begin\ngsave 0 setgray %g setlinewidth /fill? false def\n",
         static_cast<double>(mCGS.penWidth / VX.pixPerLength));
     float first, tic, ltic;
     // Along x, ticks down from y0, labels below them.
@@ -147,39 +135,39 @@ void postscriptAxes(KFILE ps, float x0, float y0, int32_t h, float size, const s
     int32_t k0 = 0, k1 = 0;
     for (long k = std::lround(std::ceil((std::min(VX.umin, VX.umax) - first) / tic));
          first + k * tic <= std::max(VX.umin, VX.umax) * (1 + 1e-6f); ++k)
-        out("%g %g %g %g Line\n", first + k * tic, static_cast<double>(y0), first + k * tic, y0 + dy);
-    out("%g %g %g %g Line\n", static_cast<double>(VX.umin), static_cast<double>(y0), static_cast<double>(VX.umax),
+        out.printf("%g %g %g %g Line\n", first + k * tic, static_cast<double>(y0), first + k * tic, y0 + dy);
+    out.printf("%g %g %g %g Line\n", static_cast<double>(VX.umin), static_cast<double>(y0), static_cast<double>(VX.umax),
         static_cast<double>(y0));
     SetAxisAnnotationPos(&k0, &k1, &ltic, first, VX.umin, VX.umax, VX.vpLength);
-    out("%g SetMyFont /lorg 1 def\n", static_cast<double>(size));
+    out.printf("%g SetMyFont /lorg 1 def\n", static_cast<double>(size));
     for (int32_t k = k0; k <= k1; ++k) {
         float v = static_cast<float>(k * static_cast<double>(ltic) + first);
         if (std::fabs(v / ltic) < 1e-5f) v = 0;
         if ((v - VX.umin) * (v - VX.umax) > 1e-6f * (VX.umax - VX.umin) * (VX.umax - VX.umin)) continue;
-        out("(%g) 0 %g %g rotatedText\n", static_cast<double>(v), static_cast<double>(v), y0 + dy);
+        out.printf("(%g) 0 %g %g rotatedText\n", static_cast<double>(v), static_cast<double>(v), y0 + dy);
     }
     const double xMid = (VX.umin + VX.umax) / 2.0;
-    out("%g SetMyFont (%s) 0 %g %g rotatedText\n", 1.2 * size, psText(below).c_str(), xMid,
+    out.printf("%g SetMyFont (%s) 0 %g %g rotatedText\n", 1.2 * size, psText(below).c_str(), xMid,
         y0 + dy + 1.1 * h / VY.pixPerUser);
-    out("%g SetMyFont /lorg 2 def (%s) 0 %g %g rotatedText\n", 1.3 * size, psText(above).c_str(), xMid,
+    out.printf("%g SetMyFont /lorg 2 def (%s) 0 %g %g rotatedText\n", 1.3 * size, psText(above).c_str(), xMid,
         VY.umax + 0.01 * (VY.umax - VY.umin) - 0.45 * h / VY.pixPerUser);
     // Along y, ticks left of x0, labels turned by 90 degrees.
     const double e = tl / VX.pixPerUser * 1.25;
     ticks(VY.umin, VY.umax, &first, &tic, &ltic);
     for (long k = std::lround(std::ceil((std::min(VY.umin, VY.umax) - first) / tic));
          first + k * tic <= std::max(VY.umin, VY.umax) * (1 + 1e-6f); ++k)
-        out("%g %g %g %g Line\n", static_cast<double>(x0), first + k * tic, x0 - tl / VX.pixPerUser, first + k * tic);
-    out("%g %g %g %g Line\n", static_cast<double>(x0), static_cast<double>(VY.umin), static_cast<double>(x0),
+        out.printf("%g %g %g %g Line\n", static_cast<double>(x0), first + k * tic, x0 - tl / VX.pixPerUser, first + k * tic);
+    out.printf("%g %g %g %g Line\n", static_cast<double>(x0), static_cast<double>(VY.umin), static_cast<double>(x0),
         static_cast<double>(VY.umax));
     SetAxisAnnotationPos(&k0, &k1, &ltic, first, VY.umin, VY.umax, VY.vpLength);
-    out("%g SetMyFont\n", static_cast<double>(size));
+    out.printf("%g SetMyFont\n", static_cast<double>(size));
     for (int32_t k = k0; k <= k1; ++k) {
         float v = static_cast<float>(k * static_cast<double>(ltic) + first);
         if (std::fabs(v / ltic) < 1e-5f) v = 0;
         if ((v - VY.umin) * (v - VY.umax) > 1e-6f * (VY.umax - VY.umin) * (VY.umax - VY.umin)) continue;
-        out("(%g) 90 %g %g rotatedText\n", static_cast<double>(v), x0 - e, static_cast<double>(v));
+        out.printf("(%g) 90 %g %g rotatedText\n", static_cast<double>(v), x0 - e, static_cast<double>(v));
     }
-    out("%g SetMyFont (%s) 90 %g %g rotatedText\ngrestore /lorg 0 def\n%%%%PS-OBJECT: Axes end\n\n", 1.2 * size,
+    out.printf("%g SetMyFont (%s) 90 %g %g rotatedText\ngrestore /lorg 0 def\n%%%%PS-OBJECT: Axes end\n\n", 1.2 * size,
         psText(left).c_str(), x0 - e - 1.1 * h / VX.pixPerUser, (VY.umin + VY.umax) / 2.0);
 }
 
@@ -456,13 +444,13 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
             SetColor(grey);
             if (ps) PSSetColor(ps, grey);
             ClipVWP(canvas, 1);
-            if (ps) KFileWriteText(ps, "gsave dousrclip\n");
+            if (ps) kestrel::psWrite(ps, "gsave dousrclip\n");
             KCanvasSelectBrush(canvas, mCGS.color);
             KCanvasSelectPen(canvas, 0, 1, mCGS.color);
             DrawPoly(canvas, ps, px.data(), py.data(), static_cast<int32_t>(px.size()), 0, 3);
             RestoreBrush(canvas, "section");
             RestorePen(canvas, "section");
-            if (ps) KFileWriteText(ps, "grestore\n");
+            if (ps) kestrel::psWrite(ps, "grestore\n");
             ClipVWP(canvas, 0);
         }
     }
@@ -521,7 +509,7 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         return status;
     }
     if (ps) {
-        KFileWriteText(ps, "showpage\n");
+        kestrel::psWrite(ps, "showpage\n");
         KFileClose(ps);
         std::printf("kestrel: wrote %s\n", psName.c_str());
     } else {

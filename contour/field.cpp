@@ -24,6 +24,7 @@
 #include "kestrel/postscript.h"
 #include "kestrel/usrsys.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 #include "plot/transform.h"
 
 using namespace kestrel;
@@ -31,56 +32,6 @@ using namespace kestrel;
 namespace {
 
 constexpr int32_t kMaxCells = 1499;
-
-// Batches the lines of one object into few write calls; the file receives
-// exactly the text of the line-by-line formats.
-class Writer {
-public:
-    explicit Writer(KFILE f) : f_(f) {}
-    ~Writer() { flush(); }
-    Writer(const Writer &) = delete;
-    Writer &operator=(const Writer &) = delete;
-    void put(const char *s) {
-        const size_t n = std::strlen(s);
-        room(n);
-        std::memcpy(buf_ + used_, s, n);
-        used_ += n;
-    }
-    template <class... A>
-    void printf(const char *fmt, A... args) {
-        room(256);
-        const int n = std::snprintf(buf_ + used_, sizeof buf_ - used_, fmt, args...);
-        if (n > 0) used_ += std::min(static_cast<size_t>(n), sizeof buf_ - used_ - 1);
-    }
-    void putG(double v) {
-        room(40);
-        used_ += static_cast<size_t>(formatG(buf_ + used_, v));
-    }
-    void putInt(int32_t v) {
-        room(16);
-        char tmp[16];
-        int n = 0;
-        uint32_t u = v < 0 ? 0u - static_cast<uint32_t>(v) : static_cast<uint32_t>(v);
-        do {
-            tmp[n++] = static_cast<char>('0' + u % 10);
-            u /= 10;
-        } while (u);
-        if (v < 0) buf_[used_++] = '-';
-        while (n) buf_[used_++] = tmp[--n];
-    }
-    void flush() {
-        if (used_) plat::fileWrite(f_, buf_, used_);
-        used_ = 0;
-    }
-
-private:
-    void room(size_t n) {
-        if (used_ + n > sizeof buf_) flush();
-    }
-    KFILE f_;
-    size_t used_ = 0;
-    char buf_[1 << 16];
-};
 
 // Cell boundaries of one direction into the x (slot 0) or y (slot 1) of Vfp.
 void boundaries(const float *c, int32_t n, int slot) {
@@ -95,7 +46,7 @@ void boundaryPixels(int32_t nx, int32_t ny) {
 }
 
 // The y boundaries as the PostScript array /yg.
-void writeYBoundaries(Writer &w, int32_t ny) {
+void writeYBoundaries(PsStream &w, int32_t ny) {
     w.put("/yg [\n");
     for (int32_t k = 0; k < ny; ++k) {
         w.putG(Vfp[k][1]);
@@ -269,7 +220,7 @@ KESTREL_API void KESTREL_CALL ShadeField(const float *field, int32_t /*unused1*/
         boundaries(xc, nx, 0);
         boundaries(yc, ny, 1);
         const ColourIndexLookup colourOf;
-        Writer w(psfile);
+        PsStream w(psfile);
         w.put("\n%%PS-OBJECT: ShadedField begin\n");
         writeYBoundaries(w, ny);
         for (int32_t i = 0; i < nx; ++i) {
@@ -306,7 +257,7 @@ KESTREL_API void KESTREL_CALL EraseField(const float *field, float threshold, co
         RestorePalette(hdc, previous, "EraseField");
     }
     if (psfile) {
-        Writer w(psfile);
+        PsStream w(psfile);
         w.put("\n%%PS-OBJECT: ErasedField begin\n\n");
         w.flush();
         PSSetColor(psfile, colour);
@@ -383,7 +334,7 @@ extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float 
     }
     int32_t count = 0;
     const int32_t entryColour = mCGS.colorState[0];
-    if (psfile) plat::fileWriteText(psfile, "\n%%PS-OBJECT: ContourLines begin\n");
+    if (psfile) PsStream(psfile).put("\n%%PS-OBJECT: ContourLines begin\n");
     auto index = [](int32_t v, int32_t n) { return v >= 0 && v < n ? v : 0; };
     for (int32_t k = 0; k < levelCount; ++k) {
         plat::setProgressPos(bar, static_cast<int>(int64_t{100} * k / levelCount));
@@ -402,9 +353,7 @@ extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float 
         }
         if (psfile) {
             PSSetColor(psfile, L.colour);
-            char line[320];
-            std::snprintf(line, sizeof line, "%s %s\n", szPSlWidth[index(L.width, 6)], szPSlStyle[index(L.style, 5)]);
-            plat::fileWriteText(psfile, line);
+            PsStream(psfile).printf("%s %s\n", szPSlWidth[index(L.width, 6)], szPSlStyle[index(L.style, 5)]);
             ContourLine(nullptr, psfile, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,
                         hdc ? 0 : L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
         }
@@ -415,12 +364,10 @@ extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float 
         if (mCGS.frame) FrameVWP(hdc, 0);
     }
     if (psfile) {
-        plat::fileWriteText(psfile, "%%PS-OBJECT: ContourLines end\n\n%%PS-OBJECT: ContourLabels begin\n");
+        PsStream(psfile).put("%%PS-OBJECT: ContourLines end\n\n%%PS-OBJECT: ContourLabels begin\n");
         CToutlbl(nullptr, psfile, labels, count);
-        char line[200];
-        std::snprintf(line, sizeof line, "\n0 setgray %s %s\n%%%%PS-OBJECT: ContourLabels end\n\n", szPSlStyle[0],
-                      szPSlWidth[0]);
-        plat::fileWriteText(psfile, line);
+        PsStream(psfile).printf("\n0 setgray %s %s\n%%%%PS-OBJECT: ContourLabels end\n\n", szPSlStyle[0],
+                                szPSlWidth[0]);
     }
     std::free(labels);
     plat::destroyWindow(bar);

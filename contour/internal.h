@@ -2,6 +2,7 @@
 #ifndef KESTREL_CONTOUR_INTERNAL_H
 #define KESTREL_CONTOUR_INTERNAL_H
 
+#include "plot/psstream.h"
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -38,9 +39,7 @@ double stepDirection(double x1, double y1, double x2, double y2, double xs, doub
 void placeLabels(KContourLabel *labels, int32_t *labelCount, float level, int32_t labelFactor, int32_t labelColour,
                  int32_t labelSize, int32_t labelFill);
 
-// Shortest text of v as printf's "%g" writes it; returns the length written
-// to out (at least 32 bytes of room).
-int formatG(char *out, double v);
+// formatG (printf's "%g"): plot/psstream.h.
 
 // Traces one level (ContourLine without its output): piece() is called for
 // every finished piece, held in Vfp/Vip/nVp. False when memory runs out.

@@ -10,6 +10,7 @@
 #include "kestrel/postscript.h"
 #include "kestrel/usrsys.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 
 using namespace kestrel;
 
@@ -30,7 +31,7 @@ extern "C" KESTREL_API void KESTREL_CALL CToutlbl(KDC hdc, KFILE psfile, const K
         SetColor(0);
     }
     if (psfile) {
-        plat::fileWriteText(psfile, "gsave dousrclip\n\n");
+        kestrel::psWrite(psfile, "gsave dousrclip\n\n");
         std::string line;
         for (int32_t k = 0; k < labelCount; ++k) {
             const KContourLabel &l = labels[k];
@@ -38,11 +39,11 @@ extern "C" KESTREL_API void KESTREL_CALL CToutlbl(KDC hdc, KFILE psfile, const K
             char buf[200];
             std::snprintf(buf, sizeof buf, "%d SetMyFont %s", static_cast<int>(l.size),
                           l.fill ? "/fill? true def\n" : "/fill? false def\n");
-            plat::fileWriteText(psfile, buf);
+            kestrel::psWrite(psfile, buf);
             std::snprintf(buf, sizeof buf, "(%g) %g %g %g rotatedText\n\n", static_cast<double>(l.level),
                           static_cast<double>(l.angle), static_cast<double>(l.x), static_cast<double>(l.y));
-            plat::fileWriteText(psfile, buf);
+            kestrel::psWrite(psfile, buf);
         }
-        plat::fileWriteText(psfile, "grestore 0 setgray\n");
+        kestrel::psWrite(psfile, "grestore 0 setgray\n");
     }
 }

@@ -1,13 +1,12 @@
 // Output of one traced polyline: the screen, the file, and its labels.
-#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <system_error>
 
 #include "contour/internal.h"
 #include "kestrel/contour.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 
 using namespace kestrel;
 
@@ -15,39 +14,7 @@ namespace {
 
 uint32_t gLabelState = 1;
 
-// Appends text to a growing line buffer.
-struct Text {
-    char *p;
-    void put(const char *s) {
-        const size_t n = std::strlen(s);
-        std::memcpy(p, s, n);
-        p += n;
-    }
-    void putG(double v) { p += formatG(p, v); }
-    void putInt(int32_t v) { p += std::snprintf(p, 16, "%d", static_cast<int>(v)); }
-    void ch(char c) { *p++ = c; }
-};
-
-// The longest line is two %g numbers (at most 13 characters each) plus a
-// keyword, so a piece of at most 1500 vertices fits in 1500 * 40 bytes plus
-// its header and trailer.
-constexpr size_t kLineRoom = 40;
-char gPieceText[1500 * kLineRoom + 256];
-
 }  // namespace
-
-int kestrel::formatG(char *out, double v) {
-    // std::to_chars with a precision converts as printf does in the "C"
-    // locale, and far faster; non-finite values go through printf itself.
-    if (std::isfinite(v)) {
-        const auto r = std::to_chars(out, out + 31, v, std::chars_format::general, 6);
-        if (r.ec == std::errc()) {
-            *r.ptr = '\0';
-            return static_cast<int>(r.ptr - out);
-        }
-    }
-    return std::snprintf(out, 32, "%g", v);
-}
 
 void kestrel::labelRandomSeed(uint32_t seed) { gLabelState = seed; }
 
@@ -128,10 +95,9 @@ extern "C" KESTREL_API void KESTREL_CALL CToutpth(KDC hdc, KFILE psfile, KContou
     const int32_t n = nVp > 1500 ? 1500 : nVp;
     if (hdc) plat::polyline(hdc, reinterpret_cast<const KPoint32 *>(Vip), n);
     if (psfile && (CToutpthFormat == 0 || CToutpthFormat == 1)) {
-        // The lines of one piece are formatted into one buffer and written
-        // together: the file receives exactly the text of the line-by-line
-        // formats, with one write call per piece instead of per vertex.
-        Text out{gPieceText};
+        // The lines of one piece reach the file together, with one write
+        // call per piece instead of per vertex.
+        PsStream out(psfile);
         if (CToutpthFormat == 0) {
             out.put("\n\n%labl: (");
             out.putG(level);
@@ -159,7 +125,6 @@ extern "C" KESTREL_API void KESTREL_CALL CToutpth(KDC hdc, KFILE psfile, KContou
                 out.ch('\n');
             }
         }
-        plat::fileWrite(psfile, gPieceText, static_cast<size_t>(out.p - gPieceText));
     }
     placeLabels(labels, labelCount, level, labelFactor, labelColour, labelSize, labelFill);
 }

@@ -13,6 +13,7 @@
 #include "kestrel/postscript.h"
 #include "kestrel/usrsys.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 
 using namespace kestrel;
 
@@ -40,19 +41,19 @@ KESTREL_API int32_t KESTREL_CALL OAMarkDataPos(KDC dc, KFILE psFile, OASet *set,
     }
     if (psFile) {
         char line[160];
-        plat::fileWriteText(psFile, "\n%%PS-OBJECT: DataPointMarks begin\n");
+        kestrel::psWrite(psFile, "\n%%PS-OBJECT: DataPointMarks begin\n");
         PSSetColor(psFile, colour);
         std::snprintf(line, sizeof line, "/d { %5.3f dotr } bind def /fill? true def %s\n",
                       static_cast<double>(dotSize), "very_thin_line");
-        plat::fileWriteText(psFile, line);
+        kestrel::psWrite(psFile, line);
         for (int32_t i = 0; i < n; ++i)
             if (set->use[i]) {
                 std::snprintf(line, sizeof line, "%g %g d\n", static_cast<double>(set->x[i]),
                               static_cast<double>(set->y[i]));
-                plat::fileWriteText(psFile, line);
+                kestrel::psWrite(psFile, line);
             }
         std::snprintf(line, sizeof line, "0 setgray /fill? false def\n%%%%PS-OBJECT: DataPointMarks end\n\n");
-        plat::fileWriteText(psFile, line);
+        kestrel::psWrite(psFile, line);
     }
     return 0;
 }

@@ -31,6 +31,7 @@
 #include "maps/map_internal.h"
 #include "projection/projections.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 #include "plot/axes.h"
 #include "plot/transform.h"
 
@@ -47,7 +48,7 @@ void writeLine(KFILE f, const char *format, ...) {
     va_start(args, format);
     std::vsnprintf(line, sizeof line, format, args);
     va_end(args);
-    plat::fileWriteText(f, line);
+    kestrel::psWrite(f, line);
 }
 
 // Direction [deg, 0..360) of the step (dx, dy): atan with the quadrant fixed
@@ -436,8 +437,8 @@ KESTREL_API void KESTREL_CALL DrawMapFrame(KDC dc, KFILE psFile, float lonMin, f
         ClipVWP(dc, 0);
     }
     if (psFile) {
-        plat::fileWriteText(psFile, "\n%%PS-OBJECT: MapFrame begin\n");
-        plat::fileWriteText(psFile, "gsave\n/fill? false def /stroke? false def\n");
+        kestrel::psWrite(psFile, "\n%%PS-OBJECT: MapFrame begin\n");
+        kestrel::psWrite(psFile, "gsave\n/fill? false def /stroke? false def\n");
         PSSetColor(psFile, colour);
     }
     if (proj < 1 || proj >= kProjectionCount) {
@@ -501,7 +502,7 @@ KESTREL_API void KESTREL_CALL DrawMapFrame(KDC dc, KFILE psFile, float lonMin, f
         if (drawGrid) DrawMeridian(dc, psFile, latMin, latMax, lon, kGraticulePoints, 0);
     }
     if (dc) ClipVWP(dc, 1);
-    if (psFile) plat::fileWriteText(psFile, "grestore\n%%PS-OBJECT: MapFrame end\n");
+    if (psFile) kestrel::psWrite(psFile, "grestore\n%%PS-OBJECT: MapFrame end\n");
 }
 
 }  // extern "C"

@@ -21,6 +21,7 @@
 #include "maps/map_internal.h"
 #include "projection/projections.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 #include "plot/transform.h"
 
 namespace kestrel {
@@ -29,14 +30,14 @@ long writeTempUsrSys(KFILE f, const MapUserSys &u) {
     char line[200];
     std::snprintf(line, sizeof line, "0 %d %g %g 0 %d %g %g SetupUsrSys\n", kMapPSUnits, u.pxMin, u.pxMax,
                   kMapPSUnits, u.pyMin, u.pyMax);
-    return plat::fileWriteText(f, line);
+    return kestrel::psWrite(f, line);
 }
 
 long writeMapUsrSys(KFILE f, const MapUserSys &u, const char *before) {
     char line[300];
     std::snprintf(line, sizeof line, "%s%g %g %g %g %g %g %g %g SetupUsrSys\n", before, u.uxMin, u.uxMax, u.pxMin,
                   u.pxMax, u.uyMin, u.uyMax, u.pyMin, u.pyMax);
-    return plat::fileWriteText(f, line);
+    return kestrel::psWrite(f, line);
 }
 
 void toMapPSUnits(const MapUserSys &u, float *x, float *y, int32_t n) {
@@ -268,17 +269,17 @@ KESTREL_API int32_t KESTREL_CALL ClipMapWindow(KDC dc, KFILE psFile, float lonMi
         result = plat::clipPolygon(dc, pts, n, plat::FillAlternate) ? 1 : 0;
     }
     if (psFile) {
-        plat::fileWriteText(psFile, "\n%%PS-OBJECT: MapClipPath begin\n");
+        kestrel::psWrite(psFile, "\n%%PS-OBJECT: MapClipPath begin\n");
         writeTempUsrSys(psFile, u);
         toMapPSUnits(u, x, y, n);
         DrawPoly(nullptr, psFile, x, y, n, 0, 0);
         if (stroke) {
             char line[64];
             std::snprintf(line, sizeof line, "gsave %s stroke grestore\n", szPSlWidth[2]);
-            plat::fileWriteText(psFile, line);
+            kestrel::psWrite(psFile, line);
         }
         writeMapUsrSys(psFile, u, "clip\n");
-        result = plat::fileWriteText(psFile, "%%PS-OBJECT: MapClipPath end\n\n");
+        result = kestrel::psWrite(psFile, "%%PS-OBJECT: MapClipPath end\n\n");
     }
     return static_cast<int32_t>(result);
 }
@@ -297,7 +298,7 @@ KESTREL_API void KESTREL_CALL StrokeMapClippingPath(KDC dc, KFILE psFile, int32_
         DrawPoly(nullptr, psFile, x, y, n, 0, 0);
         char line[64];
         std::snprintf(line, sizeof line, "gsave %s stroke grestore\n", widthName(widthIndex));
-        plat::fileWriteText(psFile, line);
+        kestrel::psWrite(psFile, line);
         writeMapUsrSys(psFile, u, "");
     }
 }

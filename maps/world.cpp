@@ -27,6 +27,7 @@
 #include "maps/map_internal.h"
 #include "projection/projections.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 #include "plot/pstext.h"
 #include "plot/transform.h"
 
@@ -115,64 +116,20 @@ void readFloats(const unsigned char *p, float *out, int32_t count) {
 }
 
 // The text DrawPoly writes for a path ("\nnp\nX Y M\n", then "dX dY R\n"
-// for every step that moves), formatted into one buffer. The coordinates are
-// whole numbers of the 0..5000 system; they are printed as "%g" prints them.
-class PathText {
-public:
-    void clear() { len_ = 0; }
-    void path(const float *x, const float *y, int32_t n) {
-        text("\nnp\n");
-        number(x[0]);
-        text(" ");
-        number(y[0]);
-        text(" M\n");
-        for (int32_t i = 1; i < n; ++i) {
-            const float dx = x[i] - x[i - 1], dy = y[i] - y[i - 1];
-            if (dx == 0.0f && dy == 0.0f) continue;
-            number(dx);
-            text(" ");
-            number(dy);
-            text(" R\n");
-        }
+// for every step that moves). The coordinates are whole numbers of the
+// 0..5000 system, printed as "%g" prints them.
+void putPath(PsStream &out, const float *x, const float *y, int32_t n) {
+    out.put("\nnp\n").putG(x[0]).ch(' ').putG(y[0]).put(" M\n");
+    for (int32_t i = 1; i < n; ++i) {
+        const float dx = x[i] - x[i - 1], dy = y[i] - y[i - 1];
+        if (dx == 0.0f && dy == 0.0f) continue;
+        out.putG(dx).ch(' ').putG(dy).put(" R\n");
     }
-    void text(const char *s) {
-        const size_t k = std::strlen(s);
-        if (len_ + k < sizeof buf_) {
-            std::memcpy(buf_ + len_, s, k);
-            len_ += k;
-        }
-    }
-    long write(KFILE f) { return len_ ? plat::fileWrite(f, buf_, len_) : 0; }
-
-private:
-    void number(float v) {
-        if (len_ + 32 >= sizeof buf_) return;
-        if (v == std::trunc(v) && std::fabs(v) < 100000.0f) {  // where "%g" prints the plain integer
-            long i = static_cast<long>(v);
-            if (i < 0 || (i == 0 && std::signbit(v))) {
-                buf_[len_++] = '-';
-                i = -i;
-            }
-            char digits[8];
-            int k = 0;
-            do {
-                digits[k++] = static_cast<char>('0' + i % 10);
-                i /= 10;
-            } while (i);
-            while (k) buf_[len_++] = digits[--k];
-        } else {
-            len_ += static_cast<size_t>(std::snprintf(buf_ + len_, 32, "%g", static_cast<double>(v)));
-        }
-    }
-    // Two paths of 1500 points at up to 26 characters a step, and the verbs.
-    char buf_[2 * kMaxRecordPoints * 28 + 64];
-    size_t len_ = 0;
-};
+}
 
 // Work arrays of one pass; the library draws on one thread.
 struct PassWork {
     float x[kMaxRecordPoints], y[kMaxRecordPoints];
-    PathText ps;
 };
 PassWork gWork;
 
@@ -226,17 +183,15 @@ KESTREL_API void KESTREL_CALL DrawWorldPass(KDC dc, KFILE psFile, float lonMin, 
     if (psFile) {
         const MapUserSys u{uxMin, uxMax, 0, 0, uyMin, uyMax, 0, 0};
         toMapPSUnits(u, x, y, n);
-        PathText &t = gWork.ps;
-        t.clear();
+        PsStream out(psFile);
         if (fillable) {
-            t.path(x, y, n);
-            t.text("Fill\n");
+            putPath(out, x, y, n);
+            out.put("Fill\n");
         }
         if (outline && m > 0) {
-            t.path(x, y, m);
-            t.text("stroke\n");
+            putPath(out, x, y, m);
+            out.put("stroke\n");
         }
-        t.write(psFile);
     }
 }
 
@@ -261,9 +216,7 @@ KESTREL_API int32_t KESTREL_CALL DrawWorld(KDC dc, KFILE psFile, const char *pat
     }
     long result = 1;
     if (psFile) {
-        char line[1200];
-        std::snprintf(line, sizeof line, "\n%%%%PS-OBJECT: CDT=%.1000s begin\n\n", psCommentText(path).c_str());
-        plat::fileWriteText(psFile, line);
+        PsStream(psFile).printf("\n%%%%PS-OBJECT: CDT=%.1000s begin\n\n", psCommentText(path).c_str());
         writeTempUsrSys(psFile, u);
     }
     float pts[2 * kMaxRecordPoints];
@@ -290,9 +243,10 @@ KESTREL_API int32_t KESTREL_CALL DrawWorld(KDC dc, KFILE psFile, const char *pat
     }
     if (psFile) {
         writeMapUsrSys(psFile, u, "");
-        char line[1200];
-        std::snprintf(line, sizeof line, "\n%%%%PS-OBJECT: CDT=%.1000s end\n", psCommentText(path).c_str());
-        result = plat::fileWriteText(psFile, line);
+        PsStream out(psFile);
+        out.printf("\n%%%%PS-OBJECT: CDT=%.1000s end\n", psCommentText(path).c_str());
+        out.flush();
+        result = out.lastWrite();
     }
     return static_cast<int32_t>(result);
 }

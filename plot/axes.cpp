@@ -19,6 +19,7 @@
 #include "kestrel/usrsys.h"
 #include "kestrel/util.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 #include "plot/axes.h"
 #include "plot/pstext.h"
 #include "plot/transform.h"
@@ -381,7 +382,7 @@ KESTREL_API void KESTREL_CALL DrawColorBar(KDC dc, KFILE ps, const char *title, 
             out += line;
         }
         out += "grestore /lorg 0 def\n%%PS-OBJECT: ColorBar end\n\n";
-        plat::fileWrite(ps, out.data(), out.size());
+        kestrel::psWrite(ps, out.data(), out.size());
     }
 }
 

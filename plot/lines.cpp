@@ -8,6 +8,7 @@
 #include "kestrel/projection.h"
 #include "kestrel/usrsys.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 #include "plot/transform.h"
 
 using namespace kestrel;
@@ -19,7 +20,7 @@ constexpr int32_t kMaxPolyPoints = 1500;  // the capacity of Vip
 void writef(KFILE f, const char *format, double a, double b) {
     char line[128];
     std::snprintf(line, sizeof line, format, a, b);
-    plat::fileWriteText(f, line);
+    kestrel::psWrite(f, line);
 }
 
 // The PostScript width name for a pixel width: curves are written with the
@@ -29,7 +30,7 @@ const char *psWidthName(int32_t pixels) { return szPSlWidth[pixels < 0 ? 0 : pix
 void beginPSLine(KFILE f, int32_t pixels) {
     char line[64];
     std::snprintf(line, sizeof line, "%s\nnp\n", psWidthName(pixels));
-    plat::fileWriteText(f, line);
+    kestrel::psWrite(f, line);
 }
 
 bool usable(float v) { return v != xmiss && std::isfinite(v); }
@@ -54,7 +55,7 @@ void endLine(KDC dc, KFILE psFile, KPALETTE previous, const char *caller) {
         RestorePen(dc, caller);
         RestorePalette(dc, previous, caller);
     }
-    if (psFile) plat::fileWriteText(psFile, "stroke\n");
+    if (psFile) kestrel::psWrite(psFile, "stroke\n");
 }
 
 }  // namespace
@@ -112,8 +113,8 @@ KESTREL_API void KESTREL_CALL DrawPoly(KDC dc, KFILE psFile, float *x, float *y,
             const float dx = x[i] - x[i - 1], dy = y[i] - y[i - 1];
             if (dx != 0.0f || dy != 0.0f) writef(psFile, "%g %g R\n", dx, dy);
         }
-        if (mode & 2) plat::fileWriteText(psFile, "Fill\n");  // the preamble's Fill keeps the path
-        if (mode & 1) plat::fileWriteText(psFile, "stroke\n");
+        if (mode & 2) kestrel::psWrite(psFile, "Fill\n");  // the preamble's Fill keeps the path
+        if (mode & 1) kestrel::psWrite(psFile, "stroke\n");
     }
 }
 
@@ -136,7 +137,7 @@ KESTREL_API void KESTREL_CALL DrawClippedPolyline(KDC dc, KFILE psFile, const fl
         if (psFile) {
             char line[128];
             std::snprintf(line, sizeof line, "%g %g %s\n", fx, fy, move ? "M" : "L");
-            plat::fileWriteText(psFile, line);
+            kestrel::psWrite(psFile, line);
         }
     };
     for (int32_t i = 1; i < n; ++i) {

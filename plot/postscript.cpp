@@ -4,14 +4,15 @@
 // The library writes no PostScript prolog of its own: the procedures its
 // objects call (UsrSys, M, L, S, C, T, G, showstring, ...) come from the
 // preamble file the host names, which PSOpenFile copies into the output.
-// Every text is written with one plain write per line; write results are
-// not checked.
+// Every text goes through the PostScript stream (plot/psstream.h); write
+// results are not checked.
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
 #include "frame/message.h"
+#include "plot/psstream.h"
 #include "plot/pstext.h"
 
 #include "kestrel/frame.h"
@@ -23,8 +24,6 @@
 using namespace kestrel;
 
 namespace {
-
-void write(KFILE f, const char *text) { plat::fileWriteText(f, text); }
 
 // The text of one PSOutPix run into buf (empty for count < 1); its length.
 int formatRun(char *buf, size_t size, int32_t count, KCOLORREF colour) {
@@ -39,34 +38,11 @@ int formatRun(char *buf, size_t size, int32_t count, KCOLORREF colour) {
     return n < 0 ? 0 : n;
 }
 
-// Collects the runs of one picture row, so that a row costs one write and
-// not one per run; the file receives exactly the text PSOutPix would write.
-class RowBuffer {
-public:
-    explicit RowBuffer(KFILE f) : file_(f) {}
-    ~RowBuffer() { flush(); }
-    RowBuffer(const RowBuffer &) = delete;
-    RowBuffer &operator=(const RowBuffer &) = delete;
-    void run(int32_t count, KCOLORREF colour) {
-        if (size_ + 64 > sizeof buf_) flush();
-        size_ += static_cast<size_t>(formatRun(buf_ + size_, sizeof buf_ - size_, count, colour));
-    }
-    void text(const char *s) {
-        const size_t n = std::strlen(s);
-        if (size_ + n > sizeof buf_) flush();
-        std::memcpy(buf_ + size_, s, n);
-        size_ += n;
-    }
-    void flush() {
-        if (size_) plat::fileWrite(file_, buf_, size_);
-        size_ = 0;
-    }
-
-private:
-    KFILE file_;
-    size_t size_ = 0;
-    char buf_[16384];
-};
+// One PSOutPix run into the stream.
+void putRun(PsStream &out, int32_t count, KCOLORREF colour) {
+    char line[96];
+    if (formatRun(line, sizeof line, count, colour) > 0) out.put(line);
+}
 
 }  // namespace
 
@@ -126,17 +102,16 @@ KESTREL_API KFILE KESTREL_CALL PSOpenFile(const char *psFileName, const char *pr
         kestrel::showMessage(text.c_str(), "Opening PostScript File", box);
         return nullptr;
     }
-    write(file, eps ? "%!PS-Adobe-3.0 EPSF-3.0\n" : "%!PS-Adobe-3.0\n");
-    if (textBefore) write(file, textBefore);
+    PsStream(file).put(eps ? "%!PS-Adobe-3.0 EPSF-3.0\n" : "%!PS-Adobe-3.0\n").put(textBefore);
     InsertFile(file, preambleFileName);
-    if (textAfter) write(file, textAfter);
+    PsStream(file).put(textAfter);
     return file;
 }
 
 KESTREL_API void KESTREL_CALL PSOutPix(KFILE file, int32_t count, KCOLORREF colour) {
     if (!file) return;
-    char line[96];
-    if (formatRun(line, sizeof line, count, colour) > 0) write(file, line);
+    PsStream out(file);
+    putRun(out, count, colour);
 }
 
 KESTREL_API int32_t KESTREL_CALL PSDumpScreen(KDC dc, const char *preambleFileName, const char *psFileName) {
@@ -165,7 +140,7 @@ KESTREL_API int32_t KESTREL_CALL PSDumpScreen(KDC dc, const char *preambleFileNa
 
     PSUsrSys(file, "", 0.0f, w, w * s, 1.0f, h, 0.0f, h * s, 1.0f);
     {
-        RowBuffer out(file);
+        PsStream out(file);
         // Rows and columns up to the host's size, inclusive, but not past
         // the one beyond the real bitmap: a size that claims more than
         // exists must not turn into billions of empty pixels.
@@ -183,19 +158,16 @@ KESTREL_API int32_t KESTREL_CALL PSDumpScreen(KDC dc, const char *preambleFileNa
                 if (c == colour) {
                     ++count;
                 } else {
-                    out.run(count, colour);
+                    putRun(out, count, colour);
                     colour = c;
                     count = 1;
                 }
             }
-            out.run(count, colour);
-            out.text("N\n");
-            out.flush();
+            putRun(out, count, colour);
+            out.put("N\n");
         }
     }
-    char trailer[64];
-    std::snprintf(trailer, sizeof trailer, "\nshowpage\nEndPlot\n\n%%%%Trailer\n");
-    write(file, trailer);
+    PsStream(file).put("\nshowpage\nEndPlot\n\n%%Trailer\n");
     plat::fileClose(file);
     UpdateStatusBar(status);
     return plat::setCursor(plat::CursorArrow);
@@ -206,12 +178,11 @@ KESTREL_API void KESTREL_CALL PSSetColor(KFILE file, int32_t index) {
     const uint8_t *c = Vcolor[static_cast<uint32_t>(index) & 0xFFu];
     // Divided by 256 here but by 255 in PSOutPix and PSPalette: kept, since
     // files already written carry exactly these numbers.
-    char line[96];
+    PsStream out(file);
     if (c[0] == c[1] && c[1] == c[2])
-        std::snprintf(line, sizeof line, "%g setgray\n", c[0] / 256.0);
+        out.printf("%g setgray\n", c[0] / 256.0);
     else
-        std::snprintf(line, sizeof line, "%g %g %g S\n", c[0] / 256.0, c[1] / 256.0, c[2] / 256.0);
-    write(file, line);
+        out.printf("%g %g %g S\n", c[0] / 256.0, c[1] / 256.0, c[2] / 256.0);
 }
 
 KESTREL_API void KESTREL_CALL PSPalette(KFILE file) {
@@ -219,22 +190,15 @@ KESTREL_API void KESTREL_CALL PSPalette(KFILE file) {
     const int32_t n = mCGS.paletteSize < 0 ? 0 : mCGS.paletteSize > 256 ? 256 : mCGS.paletteSize;
     static const char *const heads[3] = {"\n%%PS-OBJECT: ColorTable begin\n/red [\n", " ] def\n/gre [\n",
                                          " ] def\n/blu [\n"};
+    PsStream out(file);
     for (int k = 0; k < 3; ++k) {
-        write(file, heads[k]);
-        char line[13 * 8 + 4];
-        size_t len = 0;
+        out.put(heads[k]);
         for (int32_t i = 0; i < n; ++i) {
-            len += static_cast<size_t>(std::snprintf(line + len, sizeof line - len, "%6.3f", Vcolor[i][k] / 255.0));
-            if ((i + 1) % 13 == 0) {
-                line[len++] = '\n';
-                line[len] = '\0';
-                write(file, line);
-                len = 0;
-            }
+            out.printf("%6.3f", Vcolor[i][k] / 255.0);
+            if ((i + 1) % 13 == 0) out.ch('\n');
         }
-        if (len) write(file, line);
     }
-    write(file, " ] def\n%%PS-OBJECT: ColorTable end\n\n");
+    out.put(" ] def\n%%PS-OBJECT: ColorTable end\n\n");
 }
 
 KESTREL_API int32_t KESTREL_CALL MkePSString(char *text, int32_t maxLength) {

@@ -11,6 +11,7 @@
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 #include "plot/transform.h"
 
 using namespace kestrel;
@@ -164,11 +165,11 @@ KESTREL_API void KESTREL_CALL DrawSymbols(KDC dc, KFILE psFile, const float *x, 
     const int32_t t = type < 1 ? 1 : type > 8 ? 8 : type;
     char line[160];
     std::snprintf(line, sizeof line, "%s\n", szPSlWidth[0]);
-    plat::fileWriteText(psFile, line);
+    kestrel::psWrite(psFile, line);
     for (int32_t i = 0; i < n; ++i) {
         if (x[i] == xmiss || y[i] == xmiss) continue;
         std::snprintf(line, sizeof line, "%g %g %g %s\n", x[i], y[i], size * 10, szPSsymbName[t - 1]);
-        plat::fileWriteText(psFile, line);
+        kestrel::psWrite(psFile, line);
     }
 }
 

@@ -7,6 +7,7 @@
 #include "kestrel/draw.h"
 #include "kestrel/usrsys.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 #include "plot/transform.h"
 
 using namespace kestrel;
@@ -62,11 +63,11 @@ KESTREL_API void KESTREL_CALL UsrSys(KDC dc, float x0, float x1, float width, fl
 KESTREL_API void KESTREL_CALL PSUsrSys(KFILE file, const char *prefix, float x0, float x1, float width, float left,
                                        float y0, float y1, float height, float bottom) {
     if (!file) return;
-    if (prefix) plat::fileWriteText(file, prefix);
+    if (prefix) kestrel::psWrite(file, prefix);
     char line[400];
     std::snprintf(line, sizeof line, "%g %g %g %g %g %g %g %g UsrSys\n\n", x0, x1, width, left, y0, y1, height,
                   bottom);
-    plat::fileWriteText(file, line);
+    kestrel::psWrite(file, line);
 }
 
 KESTREL_API void KESTREL_CALL ClipVWP(KDC dc, int32_t on) {
