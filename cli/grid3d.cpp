@@ -188,7 +188,7 @@ int grid3dMain(int argc, char **argv, const std::string &preamble) {
             int32_t used = 0;
             const double v = D3EstimateValue(lon[i], lat[j], zs, 1, 1, 1, &sp, &md, &used, &s);
             field[j * cx + i] = static_cast<float>(v);
-            dist[j * cx + i] = used > 0 ? md : 1.0e10f;
+            dist[j * cx + i] = used > 0 ? md : K_NO_DATA;
             if (used > 0 && md <= maxError) kept.push_back(static_cast<float>(v));
         }
     D3FreeSet(&s);

@@ -8,6 +8,7 @@
 // screen only, so their PostScript twin is written here, with the same
 // geometry.
 #include "section.h"
+#include "grid/field.h"
 #include "plot/psstream.h"
 
 #include "cli/derived.h"
@@ -305,45 +306,20 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         hdcMem = nullptr;
         return 1;
     }
-    for (int32_t k = 0; k < n; ++k) {
-        set.x[k] = xs[static_cast<size_t>(k)];
-        set.y[k] = ys[static_cast<size_t>(k)];
-        set.val[k] = vs[static_cast<size_t>(k)];
-        set.err[k] = 1.0f;
-        set.errInv[k] = 1.0f;
-        set.use[k] = 1;
-    }
-    set.nPoints = n;
-    OASetupAxisGrid(set.x, n, xmin, xmax, o.percent, set.xg, set.xlen, set.nx);
-    OASetupAxisGrid(set.y, n, ymin, ymax, o.percent, set.yg, set.ylen, set.ny);
-    OAScaleTransformation(&set);
-    set.nCellX = set.nCellY = OA_NCELL;
-    set.cellX0 = set.xgt[0] - std::copysign(1.0e-6f, set.xgt[set.nx - 1] - set.xgt[0]);
-    set.cellY0 = set.ygt[0] - std::copysign(1.0e-6f, set.ygt[set.ny - 1] - set.ygt[0]);
-    set.cellDx = (set.xgt[set.nx - 1] - set.xgt[0]) / (OA_NCELL - 1);
-    set.cellDy = (set.ygt[set.ny - 1] - set.ygt[0]) / (OA_NCELL - 1);
-    set.cellDxInv = 1.0f / set.cellDx;
-    set.cellDyInv = 1.0f / set.cellDy;
-    OASortDataPoints(&set);
+    kestrel::setPoints(set, xs.data(), ys.data(), vs.data(), nullptr, n);
+    kestrel::placeGrid(set, xmin, xmax, ymin, ymax, o.percent);
 
     // The averaging estimate; its error is the mean squared distance of the
     // data used, in scale lengths (no data in reach: erased).
     const int32_t nx = set.nx, ny = set.ny;
     note(o.quiet, "gridding %d samples of %s onto %d x %d nodes", n, o.value.c_str(), nx, ny);
-    std::vector<float> error(static_cast<size_t>(nx) * static_cast<size_t>(ny), 1.0e10f);
     double sum = 0;
     for (float v : vs) sum += v;
     const float mean = static_cast<float>(sum / n);
-    for (int32_t j = 0; j < ny; ++j) {
-        for (int32_t i = 0; i < nx; ++i) {
-            float spread = 0, msd = 0;
-            int32_t used = 0;
-            const double v = OAEstimateValueT(set.xgt[i], set.ygt[j], o.factor, o.factor, &spread, &msd, &used, &set);
-            const size_t k = static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i);
-            set.gridEst[k] = used > 0 ? static_cast<float>(v) : mean;
-            error[k] = used > 0 ? msd : 1.0e10f;
-        }
-    }
+    kestrel::NodeEstimates nodes;
+    kestrel::estimateNodes(set, o.factor, mean, nullptr, &nodes);
+    std::copy(nodes.estimate.begin(), nodes.estimate.end(), set.gridEst);
+    const std::vector<float> &error = nodes.meanSqDist;
 
     // Contour levels at a round step over the data, every second one
     // labelled. A few extreme samples (0.5 % at either end) neither choose

@@ -46,7 +46,7 @@ KAxis VX = {}, VY = {};
 uint8_t Vcolor[256][3] = {};
 KCOLORREF VCR[256] = {};
 KColorMap Vcmap = {};
-float xmiss = -1.0e10f;
+float xmiss = K_MISSING;
 float Vfp[1500][2] = {};
 int32_t Vip[1500][2] = {};
 int32_t nVp = 0;

@@ -58,8 +58,8 @@ struct Sums {
 double estimate3(float x, float y, float z, float fx, float fy, float fz, float *spread, float *meanSqDist,
                  int32_t *nUsed, const D3Set &s) {
     *nUsed = 0;
-    *spread = 1.0e10f;
-    *meanSqDist = 1.0e10f;
+    *spread = K_NO_DATA;
+    *meanSqDist = K_NO_DATA;
     const int32_t n = pointCount(s);
     if (n < 1 || !pointsReady(s)) return 0.0;
     float ax = 2.0f * s.xlenMaxInv / fx, ay = 2.0f * s.ylenMaxInv / fy, az = 2.0f * s.zlenMaxInv / fz;
@@ -281,7 +281,7 @@ KESTREL_API int32_t KESTREL_CALL D3GenerateGrid(D3Set *set, float px, float py, 
 
 KESTREL_API double KESTREL_CALL D3EstimateValueT(float x, float y, float z, float fx, float fy, float fz,
                                                  float *spread, float *meanSqDist, int32_t *nUsed, D3Set *set) {
-    float sp = 1.0e10f, md = 1.0e10f;
+    float sp = K_NO_DATA, md = K_NO_DATA;
     int32_t nu = 0;
     const double v = set ? estimate3(x, y, z, fx, fy, fz, &sp, &md, &nu, *set) : 0.0;
     if (spread) *spread = sp;

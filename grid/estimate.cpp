@@ -116,8 +116,8 @@ double estimateT(float x, float y, float fx, float fy, float *spread, float *mea
     float ax = 2.0f * s.xlenMaxInv / fx;
     float ay = 2.0f * s.ylenMaxInv / fy;
     *nUsed = 0;
-    *spread = 1.0e10f;
-    *meanSqDist = 1.0e10f;
+    *spread = K_NO_DATA;
+    *meanSqDist = K_NO_DATA;
     const int32_t n = oaPointCount(s);
     if (n < 1 || !s.xt || !s.yt || !s.val || !s.errInv || !s.err || !s.use) return 0.0;
     const float *xt = s.xt, *yt = s.yt, *val = s.val, *errInv = s.errInv, *err = s.err;
@@ -189,8 +189,8 @@ KESTREL_API double KESTREL_CALL OAEstimateValueT(float x, float y, float fx, flo
     float sp, md;
     int32_t nu;
     if (!set) {
-        if (spread) *spread = 1.0e10f;
-        if (meanSqDist) *meanSqDist = 1.0e10f;
+        if (spread) *spread = K_NO_DATA;
+        if (meanSqDist) *meanSqDist = K_NO_DATA;
         if (nUsed) *nUsed = 0;
         return 0.0;
     }
@@ -259,7 +259,7 @@ KESTREL_API int32_t KESTREL_CALL OAObjectASetup(OASet *set, int32_t /*reserved*/
 KESTREL_API float KESTREL_CALL OAObjectAEstimateT(float x, float y, float fx, float fy, float *error,
                                                   float *meanSqDist, OASet *set, const float *matrix,
                                                   const float *alpha, float sigma, int32_t wantError) {
-    float sp = 1.0e10f, md = 1.0e10f;
+    float sp = K_NO_DATA, md = K_NO_DATA;
     int32_t nu = 0;
     if (!set) {
         if (error) *error = sigma;

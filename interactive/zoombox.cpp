@@ -17,7 +17,7 @@ using namespace kestrel::interactive;
 namespace {
 
 // "Erase only" marker of DrawZoomBox's x0.
-constexpr float kEraseOnly = -1.0e10f;
+constexpr float kEraseOnly = K_MISSING;
 constexpr int kHandle = 4;  // handle squares are 4 x 4 pixels
 
 // The box on the window, kept between calls so the next call can erase it

@@ -217,7 +217,7 @@ KESTREL_API int32_t KESTREL_CALL FindBin(const float *table, int32_t n, float va
 }
 
 KESTREL_API void KESTREL_CALL mimaex(int32_t n, const float *data, float missing, float *minimum, float *maximum) {
-    float lo = 1.0e10f, hi = -1.0e10f;
+    float lo = K_NO_DATA, hi = -K_NO_DATA;  // beyond any coordinate a fit sees
     for (int32_t i = 0; i < n; ++i) {
         const float v = data[i];
         if (!(v < missing) && !(v > missing)) continue;

@@ -51,6 +51,16 @@ typedef uint32_t KCOLORREF;
 
 /* Operating-system version record, laid out as the platform's OSVERSIONINFOA
  * (148 bytes, its own size in the first field). */
+/* The library's out-of-range numbers. Both are finite in a 32-bit float, so
+ * that they survive arithmetic, comparisons and file formats that have no
+ * NaN, and both lie far beyond any measured ocean quantity.
+ *   K_MISSING   marks a missing value (the default of xmiss) and, as x0 of
+ *               DrawZoomBox, "erase only";
+ *   K_NO_DATA   the spread and mean squared distance of an estimate with no
+ *               data in reach: as far as a distance can be. */
+#define K_MISSING (-1.0e10f)
+#define K_NO_DATA 1.0e10f
+
 /* The find-data record of a directory search, laid out as the Windows one
  * (WIN32_FIND_DATAA) so that a Windows host passes its own. */
 typedef struct KFindData {

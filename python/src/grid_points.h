@@ -7,8 +7,10 @@
 #include <cmath>
 #include <cstdint>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
+#include "grid/field.h"
 #include "kestrel/kestrel.h"
 
 namespace kestrel::python {
@@ -43,26 +45,8 @@ inline GridResult gridPoints(const float *x, const float *y, const float *v, con
     const int32_t ok = OAAllocSet(&s, width, height, nx, n);
     VX.pixPerLength = savedPix;
     if (!ok || s.nx != nx || s.ny != ny) throw std::runtime_error("cannot allocate the analysis set");
-    for (int32_t k = 0; k < n; ++k) {
-        s.x[k] = x[k];
-        s.y[k] = y[k];
-        s.val[k] = v[k];
-        s.err[k] = err ? err[k] : 1.0f;
-        s.errInv[k] = 1.0f / s.err[k];
-        s.use[k] = 1;
-    }
-    s.nPoints = n;
-    OASetupAxisGrid(s.x, n, range[0], range[1], percent, s.xg, s.xlen, s.nx);
-    OASetupAxisGrid(s.y, n, range[2], range[3], percent, s.yg, s.ylen, s.ny);
-    OAScaleTransformation(&s);
-    s.nCellX = s.nCellY = OA_NCELL;
-    s.cellX0 = s.xgt[0] - std::copysign(1.0e-6f, s.xgt[s.nx - 1] - s.xgt[0]);
-    s.cellY0 = s.ygt[0] - std::copysign(1.0e-6f, s.ygt[s.ny - 1] - s.ygt[0]);
-    s.cellDx = (s.xgt[s.nx - 1] - s.xgt[0]) / (OA_NCELL - 1);
-    s.cellDy = (s.ygt[s.ny - 1] - s.ygt[0]) / (OA_NCELL - 1);
-    s.cellDxInv = 1.0f / s.cellDx;
-    s.cellDyInv = 1.0f / s.cellDy;
-    OASortDataPoints(&s);
+    setPoints(s, x, y, v, err, n);
+    placeGrid(s, range[0], range[1], range[2], range[3], percent);
 
     std::vector<float> matrix, alpha;
     float sigma = 0;
@@ -78,24 +62,22 @@ inline GridResult gridPoints(const float *x, const float *y, const float *v, con
     GridResult r;
     r.nx = nx;
     r.ny = ny;
-    const size_t nodes = static_cast<size_t>(nx) * static_cast<size_t>(ny);
-    r.estimate.resize(nodes);
-    r.spread.resize(nodes);
-    r.distance.resize(nodes);
     const float nan = std::nanf("");
-    for (int32_t j = 0; j < ny; ++j)
-        for (int32_t i = 0; i < nx; ++i) {
-            float spread = 0, msd = 0;
-            int32_t used = 0;
-            double e = OAEstimateValueT(s.xgt[i], s.ygt[j], factor, factor, &spread, &msd, &used, &s);
-            if (objective && used > 0)
-                e = OAObjectAEstimateT(s.xgt[i], s.ygt[j], factor, factor, &spread, &msd, &s, matrix.data(),
-                                       alpha.data(), sigma, 1);
-            const size_t k = static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i);
-            r.estimate[k] = used > 0 ? static_cast<float>(e) : nan;
-            r.spread[k] = used > 0 ? spread : nan;
-            r.distance[k] = used > 0 ? std::sqrt(msd) : nan;
+    NodeEstimates nodes;
+    const ObjectiveWeights weights{matrix.data(), alpha.data(), sigma};
+    estimateNodes(s, factor, nan, objective ? &weights : nullptr, &nodes);
+    r.estimate = std::move(nodes.estimate);
+    r.spread = std::move(nodes.spread);
+    r.distance = std::move(nodes.meanSqDist);
+    for (size_t k = 0; k < r.distance.size(); ++k) {
+        // Nodes with no data in reach are NaN throughout.
+        if (nodes.used[k] > 0) {
+            r.distance[k] = std::sqrt(r.distance[k]);
+        } else {
+            r.spread[k] = nan;
+            r.distance[k] = nan;
         }
+    }
     r.xg.assign(s.xg, s.xg + nx);
     r.yg.assign(s.yg, s.yg + ny);
     r.xlen.assign(s.xlen, s.xlen + nx);
