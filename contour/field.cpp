@@ -14,6 +14,7 @@
 #include <cstring>
 #include <vector>
 
+#include "base/guard.h"
 #include "frame/message.h"
 #include "contour/colour_lookup.h"
 #include "contour/internal.h"
@@ -191,130 +192,136 @@ extern "C" {
 KESTREL_API void KESTREL_CALL ShadeField(const float *field, int32_t /*unused1*/, int32_t /*unused2*/, const float *xc,
                                          int32_t nx, const float *yc, int32_t ny, float vmin, float vmax, float cm1,
                                          float cm2, KDC hdc, KFILE psfile) {
-    if (!cellsOk(field, xc, nx, yc, ny)) return;
-    const int32_t every = std::max(ny / 10, 10) + 1;
-    KWND bar = MyProgressBar(100, 1);
-    CMapInitialize(cm1, cm2, vmin, vmax);
-    auto value = [&](int32_t i, int32_t j) { return field[static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i)]; };
+    return kestrel::guarded<void>("ShadeField", [&]() -> void {
+        if (!cellsOk(field, xc, nx, yc, ny)) return;
+        const int32_t every = std::max(ny / 10, 10) + 1;
+        KWND bar = MyProgressBar(100, 1);
+        CMapInitialize(cm1, cm2, vmin, vmax);
+        auto value = [&](int32_t i, int32_t j) { return field[static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i)]; };
 
-    if (hdc) {
-        KPALETTE previous = ActivateMyPalette(hdc);
-        boundaries(xc, nx, 0);
-        boundaries(yc, ny, 1);
-        boundaryPixels(nx, ny);
-        const ColourIndexLookup colourOf;
-        {
-            CellPainter painter(hdc, nx, ny, "ERROR:  Brush deletion in ShadeField failed!");
-            for (int32_t j = 0; j < ny; ++j) {
-                painter.row(
-                    j, nx, [&](int32_t i) { return colourOf(value(i, j)); }, [](int32_t) { return true; });
-                if (j % every == 0) plat::setProgressPos(bar, 100 * j / ny);
+        if (hdc) {
+            KPALETTE previous = ActivateMyPalette(hdc);
+            boundaries(xc, nx, 0);
+            boundaries(yc, ny, 1);
+            boundaryPixels(nx, ny);
+            const ColourIndexLookup colourOf;
+            {
+                CellPainter painter(hdc, nx, ny, "ERROR:  Brush deletion in ShadeField failed!");
+                for (int32_t j = 0; j < ny; ++j) {
+                    painter.row(
+                        j, nx, [&](int32_t i) { return colourOf(value(i, j)); }, [](int32_t) { return true; });
+                    if (j % every == 0) plat::setProgressPos(bar, 100 * j / ny);
+                }
             }
+            // The current colour is the last cell's, as if every cell was set.
+            SetColor(colourOf(value(nx - 1, ny - 1)));
+            RestorePalette(hdc, previous, "ShadeField");
         }
-        // The current colour is the last cell's, as if every cell was set.
-        SetColor(colourOf(value(nx - 1, ny - 1)));
-        RestorePalette(hdc, previous, "ShadeField");
-    }
 
-    if (psfile) {
-        boundaries(xc, nx, 0);
-        boundaries(yc, ny, 1);
-        const ColourIndexLookup colourOf;
-        PsStream w(psfile);
-        w.put("\n%%PS-OBJECT: ShadedField begin\n");
-        writeYBoundaries(w, ny);
-        for (int32_t i = 0; i < nx; ++i) {
-            w.printf("/xll %f def /xur %f def 0\n", static_cast<double>(Vfp[i][0]), static_cast<double>(Vfp[i + 1][0]));
-            for (int32_t j = 0; j < ny; ++j) {
-                w.putInt(colourOf(value(i, j)));
-                w.put(" G\n");
+        if (psfile) {
+            boundaries(xc, nx, 0);
+            boundaries(yc, ny, 1);
+            const ColourIndexLookup colourOf;
+            PsStream w(psfile);
+            w.put("\n%%PS-OBJECT: ShadedField begin\n");
+            writeYBoundaries(w, ny);
+            for (int32_t i = 0; i < nx; ++i) {
+                w.printf("/xll %f def /xur %f def 0\n", static_cast<double>(Vfp[i][0]), static_cast<double>(Vfp[i + 1][0]));
+                for (int32_t j = 0; j < ny; ++j) {
+                    w.putInt(colourOf(value(i, j)));
+                    w.put(" G\n");
+                }
+                w.put("pop\n");
+                if (i % every == 0) plat::setProgressPos(bar, 100 * i / nx);
             }
-            w.put("pop\n");
-            if (i % every == 0) plat::setProgressPos(bar, 100 * i / nx);
+            w.put("%%PS-OBJECT: ShadedField end\n\n");
         }
-        w.put("%%PS-OBJECT: ShadedField end\n\n");
-    }
-    plat::destroyWindow(bar);
+        plat::destroyWindow(bar);
+    });
 }
 
 KESTREL_API void KESTREL_CALL EraseField(const float *field, float threshold, const float *xc, int32_t nx,
                                          const float *yc, int32_t ny, int32_t colour, KDC hdc, KFILE psfile) {
-    if (!field || !cellsOk(field, xc, nx, yc, ny)) return;
-    auto value = [&](int32_t i, int32_t j) { return field[static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i)]; };
-    boundaries(xc, nx, 0);
-    boundaries(yc, ny, 1);
-    if (hdc) {
-        KPALETTE previous = ActivateMyPalette(hdc);
-        boundaryPixels(nx, ny);
-        {
-            CellPainter painter(hdc, nx, ny, "ERROR:  Brush deletion in EraseField failed!");
-            for (int32_t j = 0; j < ny; ++j)
-                painter.row(
-                    j, nx, [&](int32_t i) { return value(i, j) > threshold ? colour : -1; },
-                    [&](int32_t i) { return value(i, j) > threshold; });
+    return kestrel::guarded<void>("EraseField", [&]() -> void {
+        if (!field || !cellsOk(field, xc, nx, yc, ny)) return;
+        auto value = [&](int32_t i, int32_t j) { return field[static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i)]; };
+        boundaries(xc, nx, 0);
+        boundaries(yc, ny, 1);
+        if (hdc) {
+            KPALETTE previous = ActivateMyPalette(hdc);
+            boundaryPixels(nx, ny);
+            {
+                CellPainter painter(hdc, nx, ny, "ERROR:  Brush deletion in EraseField failed!");
+                for (int32_t j = 0; j < ny; ++j)
+                    painter.row(
+                        j, nx, [&](int32_t i) { return value(i, j) > threshold ? colour : -1; },
+                        [&](int32_t i) { return value(i, j) > threshold; });
+            }
+            SetColor(colour);
+            RestorePalette(hdc, previous, "EraseField");
         }
-        SetColor(colour);
-        RestorePalette(hdc, previous, "EraseField");
-    }
-    if (psfile) {
-        PsStream w(psfile);
-        w.put("\n%%PS-OBJECT: ErasedField begin\n\n");
-        w.flush();
-        PSSetColor(psfile, colour);
-        w.put("\n");
-        writeYBoundaries(w, ny);
-        for (int32_t i = 0; i < nx; ++i) {
-            w.printf("/xll %f def /xur %f def\n", static_cast<double>(Vfp[i][0]), static_cast<double>(Vfp[i + 1][0]));
-            for (int32_t j = 0; j < ny; ++j) {
-                if (value(i, j) > threshold) {
-                    w.putInt(j);
-                    w.put(" E\n");
+        if (psfile) {
+            PsStream w(psfile);
+            w.put("\n%%PS-OBJECT: ErasedField begin\n\n");
+            w.flush();
+            PSSetColor(psfile, colour);
+            w.put("\n");
+            writeYBoundaries(w, ny);
+            for (int32_t i = 0; i < nx; ++i) {
+                w.printf("/xll %f def /xur %f def\n", static_cast<double>(Vfp[i][0]), static_cast<double>(Vfp[i + 1][0]));
+                for (int32_t j = 0; j < ny; ++j) {
+                    if (value(i, j) > threshold) {
+                        w.putInt(j);
+                        w.put(" E\n");
+                    }
                 }
             }
+            w.put("%%PS-OBJECT: ErasedField end\n\n");
         }
-        w.put("%%PS-OBJECT: ErasedField end\n\n");
-    }
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL CTSelectLines(float v1, float v2, int32_t wanted, float reference, float *start,
                                                float *step, float *end) {
-    double s0 = 1.0, st = 1.0, e0 = 0.0;
-    auto store = [&] {
-        if (start) *start = static_cast<float>(s0);
-        if (step) *step = static_cast<float>(st);
-        if (end) *end = static_cast<float>(e0);
-    };
-    const double a = CMapCalZval(v1), b = CMapCalZval(v2);
-    const double d = std::fabs(a - b);
-    if (d == 0.0 || !std::isfinite(d)) {
+    return kestrel::guarded<int32_t>("CTSelectLines", [&]() -> int32_t {
+        double s0 = 1.0, st = 1.0, e0 = 0.0;
+        auto store = [&] {
+            if (start) *start = static_cast<float>(s0);
+            if (step) *step = static_cast<float>(st);
+            if (end) *end = static_cast<float>(e0);
+        };
+        const double a = CMapCalZval(v1), b = CMapCalZval(v2);
+        const double d = std::fabs(a - b);
+        if (d == 0.0 || !std::isfinite(d)) {
+            store();
+            return 0;
+        }
+        const double p = std::pow(10.0, std::floor(std::log10(d) - 0.5));
+        const double kd = d / p;
+        const int64_t k = kd < 9e18 ? static_cast<int64_t>(kd) : INT64_MAX;
+        if (k < 2)
+            st = p * 0.5;
+        else if (k <= int64_t{wanted} - 1)
+            st = p;
+        else if (k <= int64_t{wanted} + 2)
+            st = 2 * p;
+        else
+            st = 5 * p;
+        if (b > a) {
+            s0 = std::floor(a / st) * st;
+            e0 = std::ceil(b / st) * st;
+        } else {
+            s0 = std::ceil(a / st) * st;
+            e0 = std::floor(b / st) * st;
+        }
+        if (b - a < 0) st = -st;
+        const double md = (reference - s0) / st;
+        int32_t m = 0;
+        if (std::isfinite(md) && std::fabs(md) < 2e9) m = static_cast<int32_t>(md) + 1;
+        if (m >= 1) s0 += m * st;
         store();
-        return 0;
-    }
-    const double p = std::pow(10.0, std::floor(std::log10(d) - 0.5));
-    const double kd = d / p;
-    const int64_t k = kd < 9e18 ? static_cast<int64_t>(kd) : INT64_MAX;
-    if (k < 2)
-        st = p * 0.5;
-    else if (k <= int64_t{wanted} - 1)
-        st = p;
-    else if (k <= int64_t{wanted} + 2)
-        st = 2 * p;
-    else
-        st = 5 * p;
-    if (b > a) {
-        s0 = std::floor(a / st) * st;
-        e0 = std::ceil(b / st) * st;
-    } else {
-        s0 = std::ceil(a / st) * st;
-        e0 = std::floor(b / st) * st;
-    }
-    if (b - a < 0) st = -st;
-    const double md = (reference - s0) / st;
-    int32_t m = 0;
-    if (std::isfinite(md) && std::fabs(md) < 2e9) m = static_cast<int32_t>(md) + 1;
-    if (m >= 1) s0 += m * st;
-    store();
-    return m;
+        return m;
+    });
 }
 
 }  // extern "C"
@@ -322,53 +329,55 @@ KESTREL_API int32_t KESTREL_CALL CTSelectLines(float v1, float v2, int32_t wante
 extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float *xc, int32_t nx, const float *yc,
                                                       int32_t ny, const KContourLevel *levels, int32_t levelCount,
                                                       KDC hdc, KFILE psfile) {
-    if (!levels || levelCount < 0) levelCount = 0;
-    KWND bar = MyProgressBar(100, 1);
-    labelRandomSeed(1);
-    labelRandom();
-    auto *labels = static_cast<KContourLabel *>(std::calloc(KESTREL_MAX_CONTOUR_LABELS, sizeof(KContourLabel)));
-    if (!labels) {
-        kestrel::showMessage("Could not allocate space for contour labels.", "ContourField ...",
-                         plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
-        return;
-    }
-    int32_t count = 0;
-    const int32_t entryColour = mCGS.colorState[0];
-    if (psfile) PsStream(psfile).put("\n%%PS-OBJECT: ContourLines begin\n");
-    auto index = [](int32_t v, int32_t n) { return v >= 0 && v < n ? v : 0; };
-    for (int32_t k = 0; k < levelCount; ++k) {
-        plat::setProgressPos(bar, static_cast<int>(int64_t{100} * k / levelCount));
-        const KContourLevel &L = levels[k];
+    return kestrel::guarded<void>("ContourField", [&]() -> void {
+        if (!levels || levelCount < 0) levelCount = 0;
+        KWND bar = MyProgressBar(100, 1);
+        labelRandomSeed(1);
+        labelRandom();
+        auto *labels = static_cast<KContourLabel *>(std::calloc(KESTREL_MAX_CONTOUR_LABELS, sizeof(KContourLabel)));
+        if (!labels) {
+            kestrel::showMessage("Could not allocate space for contour labels.", "ContourField ...",
+                             plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
+            return;
+        }
+        int32_t count = 0;
+        const int32_t entryColour = mCGS.colorState[0];
+        if (psfile) PsStream(psfile).put("\n%%PS-OBJECT: ContourLines begin\n");
+        auto index = [](int32_t v, int32_t n) { return v >= 0 && v < n ? v : 0; };
+        for (int32_t k = 0; k < levelCount; ++k) {
+            plat::setProgressPos(bar, static_cast<int>(int64_t{100} * k / levelCount));
+            const KContourLevel &L = levels[k];
+            if (hdc) {
+                KPALETTE previous = ActivateMyPalette(hdc);
+                SetColor(L.colour);
+                float length = 0.0f;
+                KPEN pen = plat::createPen(lStyle[index(L.style, 5)], PixelLineWidth(L.width, &length), mCGS.color);
+                hOP = static_cast<KPEN>(plat::selectObject(hdc, pen));
+                plat::setBkMode(hdc, plat::BkTransparent);
+                ContourLine(hdc, nullptr, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,
+                            L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
+                RestorePen(hdc, "ContourField");
+                RestorePalette(hdc, previous, "ContourField");
+            }
+            if (psfile) {
+                PSSetColor(psfile, L.colour);
+                PsStream(psfile).printf("%s %s\n", szPSlWidth[index(L.width, 6)], szPSlStyle[index(L.style, 5)]);
+                ContourLine(nullptr, psfile, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,
+                            hdc ? 0 : L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
+            }
+        }
         if (hdc) {
-            KPALETTE previous = ActivateMyPalette(hdc);
-            SetColor(L.colour);
-            float length = 0.0f;
-            KPEN pen = plat::createPen(lStyle[index(L.style, 5)], PixelLineWidth(L.width, &length), mCGS.color);
-            hOP = static_cast<KPEN>(plat::selectObject(hdc, pen));
-            plat::setBkMode(hdc, plat::BkTransparent);
-            ContourLine(hdc, nullptr, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,
-                        L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
-            RestorePen(hdc, "ContourField");
-            RestorePalette(hdc, previous, "ContourField");
+            CToutlbl(hdc, nullptr, labels, count);
+            SetColor(entryColour);
+            if (mCGS.frame) FrameVWP(hdc, 0);
         }
         if (psfile) {
-            PSSetColor(psfile, L.colour);
-            PsStream(psfile).printf("%s %s\n", szPSlWidth[index(L.width, 6)], szPSlStyle[index(L.style, 5)]);
-            ContourLine(nullptr, psfile, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,
-                        hdc ? 0 : L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
+            PsStream(psfile).put("%%PS-OBJECT: ContourLines end\n\n%%PS-OBJECT: ContourLabels begin\n");
+            CToutlbl(nullptr, psfile, labels, count);
+            PsStream(psfile).printf("\n0 setgray %s %s\n%%%%PS-OBJECT: ContourLabels end\n\n", szPSlStyle[0],
+                                    szPSlWidth[0]);
         }
-    }
-    if (hdc) {
-        CToutlbl(hdc, nullptr, labels, count);
-        SetColor(entryColour);
-        if (mCGS.frame) FrameVWP(hdc, 0);
-    }
-    if (psfile) {
-        PsStream(psfile).put("%%PS-OBJECT: ContourLines end\n\n%%PS-OBJECT: ContourLabels begin\n");
-        CToutlbl(nullptr, psfile, labels, count);
-        PsStream(psfile).printf("\n0 setgray %s %s\n%%%%PS-OBJECT: ContourLabels end\n\n", szPSlStyle[0],
-                                szPSlWidth[0]);
-    }
-    std::free(labels);
-    plat::destroyWindow(bar);
+        std::free(labels);
+        plat::destroyWindow(bar);
+    });
 }

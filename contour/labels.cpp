@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 
+#include "base/guard.h"
 #include "contour/internal.h"
 #include "kestrel/colour.h"
 #include "kestrel/contour.h"
@@ -16,34 +17,36 @@ using namespace kestrel;
 
 extern "C" KESTREL_API void KESTREL_CALL CToutlbl(KDC hdc, KFILE psfile, const KContourLabel *labels,
                                                   int32_t labelCount) {
-    if (!labels || labelCount < 0) labelCount = 0;
-    if (labelCount > KESTREL_MAX_CONTOUR_LABELS) labelCount = KESTREL_MAX_CONTOUR_LABELS;
-    char text[64];
-    if (hdc) {
-        SetLorgVal(hdc, 0);
-        for (int32_t k = 0; k < labelCount; ++k) {
-            const KContourLabel &l = labels[k];
-            SetColor(l.colour);
-            SetDoFill(hdc, l.fill);
-            formatG(text, l.level);
-            DrawString(hdc, text, l.x, l.y, l.angle, static_cast<float>(l.size));
+    return kestrel::guarded<void>("CToutlbl", [&]() -> void {
+        if (!labels || labelCount < 0) labelCount = 0;
+        if (labelCount > KESTREL_MAX_CONTOUR_LABELS) labelCount = KESTREL_MAX_CONTOUR_LABELS;
+        char text[64];
+        if (hdc) {
+            SetLorgVal(hdc, 0);
+            for (int32_t k = 0; k < labelCount; ++k) {
+                const KContourLabel &l = labels[k];
+                SetColor(l.colour);
+                SetDoFill(hdc, l.fill);
+                formatG(text, l.level);
+                DrawString(hdc, text, l.x, l.y, l.angle, static_cast<float>(l.size));
+            }
+            SetColor(0);
         }
-        SetColor(0);
-    }
-    if (psfile) {
-        kestrel::psWrite(psfile, "gsave dousrclip\n\n");
-        std::string line;
-        for (int32_t k = 0; k < labelCount; ++k) {
-            const KContourLabel &l = labels[k];
-            PSSetColor(psfile, l.colour);
-            char buf[200];
-            std::snprintf(buf, sizeof buf, "%d SetMyFont %s", static_cast<int>(l.size),
-                          l.fill ? "/fill? true def\n" : "/fill? false def\n");
-            kestrel::psWrite(psfile, buf);
-            std::snprintf(buf, sizeof buf, "(%g) %g %g %g rotatedText\n\n", static_cast<double>(l.level),
-                          static_cast<double>(l.angle), static_cast<double>(l.x), static_cast<double>(l.y));
-            kestrel::psWrite(psfile, buf);
+        if (psfile) {
+            kestrel::psWrite(psfile, "gsave dousrclip\n\n");
+            std::string line;
+            for (int32_t k = 0; k < labelCount; ++k) {
+                const KContourLabel &l = labels[k];
+                PSSetColor(psfile, l.colour);
+                char buf[200];
+                std::snprintf(buf, sizeof buf, "%d SetMyFont %s", static_cast<int>(l.size),
+                              l.fill ? "/fill? true def\n" : "/fill? false def\n");
+                kestrel::psWrite(psfile, buf);
+                std::snprintf(buf, sizeof buf, "(%g) %g %g %g rotatedText\n\n", static_cast<double>(l.level),
+                              static_cast<double>(l.angle), static_cast<double>(l.x), static_cast<double>(l.y));
+                kestrel::psWrite(psfile, buf);
+            }
+            kestrel::psWrite(psfile, "grestore 0 setgray\n");
         }
-        kestrel::psWrite(psfile, "grestore 0 setgray\n");
-    }
+    });
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/guard.h"
 #include "contour/internal.h"
 #include "kestrel/contour.h"
 #include "platform/platform.h"
@@ -91,40 +92,42 @@ extern "C" KESTREL_API void KESTREL_CALL CToutpth(KDC hdc, KFILE psfile, KContou
                                                   float level, int32_t /*colour*/, int32_t /*style*/,
                                                   int32_t /*width*/, int32_t labelFactor, int32_t labelColour,
                                                   int32_t labelSize, int32_t labelFill) {
-    if (nVp < 2) return;
-    const int32_t n = nVp > 1500 ? 1500 : nVp;
-    if (hdc) plat::polyline(hdc, reinterpret_cast<const KPoint32 *>(Vip), n);
-    if (psfile && (CToutpthFormat == 0 || CToutpthFormat == 1)) {
-        // The lines of one piece reach the file together, with one write
-        // call per piece instead of per vertex.
-        PsStream out(psfile);
-        if (CToutpthFormat == 0) {
-            out.put("\n\n%labl: (");
-            out.putG(level);
-            out.put(")\nnp\n");
-            out.putG(Vfp[0][0]);
-            out.ch(' ');
-            out.putG(Vfp[0][1]);
-            out.put(" M\n");
-            for (int32_t k = 1; k < n; ++k) {
-                out.putG(Vfp[k][0]);
+    return kestrel::guarded<void>("CToutpth", [&]() -> void {
+        if (nVp < 2) return;
+        const int32_t n = nVp > 1500 ? 1500 : nVp;
+        if (hdc) plat::polyline(hdc, reinterpret_cast<const KPoint32 *>(Vip), n);
+        if (psfile && (CToutpthFormat == 0 || CToutpthFormat == 1)) {
+            // The lines of one piece reach the file together, with one write
+            // call per piece instead of per vertex.
+            PsStream out(psfile);
+            if (CToutpthFormat == 0) {
+                out.put("\n\n%labl: (");
+                out.putG(level);
+                out.put(")\nnp\n");
+                out.putG(Vfp[0][0]);
                 out.ch(' ');
-                out.putG(Vfp[k][1]);
-                out.put(" L\n");
-            }
-            out.put("stroke\n\n");
-        } else {
-            out.putInt(n);
-            out.ch(' ');
-            out.putInt(n);
-            out.ch('\n');
-            for (int32_t k = 0; k < n; ++k) {  // y before x, as the readers of this list expect
-                out.putG(Vfp[k][1]);
+                out.putG(Vfp[0][1]);
+                out.put(" M\n");
+                for (int32_t k = 1; k < n; ++k) {
+                    out.putG(Vfp[k][0]);
+                    out.ch(' ');
+                    out.putG(Vfp[k][1]);
+                    out.put(" L\n");
+                }
+                out.put("stroke\n\n");
+            } else {
+                out.putInt(n);
                 out.ch(' ');
-                out.putG(Vfp[k][0]);
+                out.putInt(n);
                 out.ch('\n');
+                for (int32_t k = 0; k < n; ++k) {  // y before x, as the readers of this list expect
+                    out.putG(Vfp[k][1]);
+                    out.ch(' ');
+                    out.putG(Vfp[k][0]);
+                    out.ch('\n');
+                }
             }
         }
-    }
-    placeLabels(labels, labelCount, level, labelFactor, labelColour, labelSize, labelFill);
+        placeLabels(labels, labelCount, level, labelFactor, labelColour, labelSize, labelFill);
+    });
 }

@@ -26,6 +26,7 @@
 #include <new>
 #include <vector>
 
+#include "base/guard.h"
 #include "contour/internal.h"
 #include "kestrel/contour.h"
 #include "plot/transform.h"
@@ -275,13 +276,15 @@ extern "C" KESTREL_API int32_t KESTREL_CALL ContourLine(KDC hdc, KFILE psfile, f
                                                         const float *yc, int32_t ny, float level, int32_t colour,
                                                         int32_t style, int32_t width, int32_t labelFactor,
                                                         int32_t labelColour, int32_t labelSize, int32_t labelFill) {
-    if (!field || !xc || !yc || nx < 1 || ny < 1 || nx > kMaxGridLines || ny > kMaxGridLines) return 0;
-    // Labels need somewhere to go.
-    if (!labels || !labelCount) labelFactor = 0;
-    const bool traced = traceLevel(field, xc, nx, yc, ny, level, [&] {
-        CToutpth(hdc, psfile, labels, labelCount, level, colour, style, width, labelFactor, labelColour, labelSize,
-                 labelFill);
+    return kestrel::guarded<int32_t>("ContourLine", [&]() -> int32_t {
+        if (!field || !xc || !yc || nx < 1 || ny < 1 || nx > kMaxGridLines || ny > kMaxGridLines) return 0;
+        // Labels need somewhere to go.
+        if (!labels || !labelCount) labelFactor = 0;
+        const bool traced = traceLevel(field, xc, nx, yc, ny, level, [&] {
+            CToutpth(hdc, psfile, labels, labelCount, level, colour, style, width, labelFactor, labelColour, labelSize,
+                     labelFill);
+        });
+        if (!traced) segmentAllocationFailed();
+        return 0;
     });
-    if (!traced) segmentAllocationFailed();
-    return 0;
 }

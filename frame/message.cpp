@@ -1,5 +1,6 @@
 #include "frame/message.h"
 
+#include <cstdio>
 #include <string>
 
 #include "kestrel/globals.h"
@@ -20,4 +21,10 @@ int kestrel::showMessage(const char *text, const char *caption, unsigned type) {
         AppendRecord(szErrorLogFile, line.c_str());
     }
     return taken;
+}
+
+void kestrel::reportOutOfMemory(const char *routine) {
+    char caption[160];
+    std::snprintf(caption, sizeof caption, "%s ...", routine ? routine : "");
+    showMessage("Out of memory: the call did nothing.", caption, plat::MbOk | plat::MbIconExclamation | plat::MbTaskModal);
 }

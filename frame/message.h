@@ -9,6 +9,10 @@ namespace kestrel {
 // type: the platform's MbOk, MbYesNo, ... bits. Returns IdOk, IdYes, IdNo, ...
 int showMessage(const char *text, const char *caption, unsigned type);
 
+// The report of an exported call that ran out of memory: a message box
+// captioned with the routine's name (or the error log).
+void reportOutOfMemory(const char *routine);
+
 }  // namespace kestrel
 
 #endif

@@ -24,6 +24,7 @@
 #include <memory>
 #include <new>
 
+#include "base/guard.h"
 #include "grid/oa_internal.h"
 #include "kestrel/la.h"
 #include "kestrel/oa.h"
@@ -181,128 +182,138 @@ using namespace kestrel;
 extern "C" {
 
 KESTREL_API double KESTREL_CALL OACovariance(float x1, float x2, float y1, float y2, float c0, float Lx, float Ly) {
-    return c0 * std::exp(-covarianceExponent(x1, x2, y1, y2, Lx, Ly));
+    return kestrel::guarded<double>("OACovariance", [&]() -> double {
+        return c0 * std::exp(-covarianceExponent(x1, x2, y1, y2, Lx, Ly));
+    });
 }
 
 KESTREL_API double KESTREL_CALL OAEstimateValueT(float x, float y, float fx, float fy, float *spread,
                                                  float *meanSqDist, int32_t *nUsed, OASet *set) {
-    float sp, md;
-    int32_t nu;
-    if (!set) {
-        if (spread) *spread = K_NO_DATA;
-        if (meanSqDist) *meanSqDist = K_NO_DATA;
-        if (nUsed) *nUsed = 0;
-        return 0.0;
-    }
-    const double v = estimateT(x, y, fx, fy, &sp, &md, &nu, *set);
-    if (spread) *spread = sp;
-    if (meanSqDist) *meanSqDist = md;
-    if (nUsed) *nUsed = nu;
-    return v;
+    return kestrel::guarded<double>("OAEstimateValueT", [&]() -> double {
+        float sp, md;
+        int32_t nu;
+        if (!set) {
+            if (spread) *spread = K_NO_DATA;
+            if (meanSqDist) *meanSqDist = K_NO_DATA;
+            if (nUsed) *nUsed = 0;
+            return 0.0;
+        }
+        const double v = estimateT(x, y, fx, fy, &sp, &md, &nu, *set);
+        if (spread) *spread = sp;
+        if (meanSqDist) *meanSqDist = md;
+        if (nUsed) *nUsed = nu;
+        return v;
+    });
 }
 
 KESTREL_API double KESTREL_CALL OAEstimateValue(float x, float y, float fx, float fy, float *spread,
                                                 float *meanSqDist, int32_t *nUsed, OASet *set) {
-    if (!set) return OAEstimateValueT(x, y, fx, fy, spread, meanSqDist, nUsed, set);
-    const float xt = static_cast<float>(OATransformCoord(x, set->nx, set->xg, set->xgt, set->xlen, set->xlenMax));
-    const float yt = static_cast<float>(OATransformCoord(y, set->ny, set->yg, set->ygt, set->ylen, set->ylenMax));
-    return OAEstimateValueT(xt, yt, fx, fy, spread, meanSqDist, nUsed, set);
+    return kestrel::guarded<double>("OAEstimateValue", [&]() -> double {
+        if (!set) return OAEstimateValueT(x, y, fx, fy, spread, meanSqDist, nUsed, set);
+        const float xt = static_cast<float>(OATransformCoord(x, set->nx, set->xg, set->xgt, set->xlen, set->xlenMax));
+        const float yt = static_cast<float>(OATransformCoord(y, set->ny, set->yg, set->ygt, set->ylen, set->ylenMax));
+        return OAEstimateValueT(xt, yt, fx, fy, spread, meanSqDist, nUsed, set);
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL OAObjectASetup(OASet *set, int32_t /*reserved*/, float *matrix, float *alpha,
                                                 float *sigma) {
-    if (!set || !matrix || !alpha || !sigma) return 0;
-    const int32_t n = oaPointCount(*set);
-    if (n < 2 || n > OA_MAX_OBJECTIVE_POINTS || !set->xt || !set->yt || !set->val) return 0;
-    const std::size_t cn = static_cast<std::size_t>(n);
-    std::unique_ptr<float[]> r(new (std::nothrow) float[cn]);
-    std::unique_ptr<float[]> diag(new (std::nothrow) float[cn]);
-    if (!r || !diag) return 0;
-    // Residuals against the background (averaging at twice the scale).
-    double sr = 0.0, sr2 = 0.0;
-    for (std::size_t i = 0; i < cn; ++i) {
-        float sp, md;
-        int32_t nu;
-        r[i] = static_cast<float>(set->val[i] - estimateT(set->xt[i], set->yt[i], 2.0f, 2.0f, &sp, &md, &nu, *set));
-        sr += r[i];
-        sr2 += static_cast<double>(r[i]) * r[i];
-    }
-    // Background error; the plus sign is how the host's fields were always
-    // computed (it is not the sample variance).
-    const double mean = sr / n;
-    const double sig = std::sqrt((n * mean * mean + sr2) / (n - 1));
-    *sigma = static_cast<float>(sig);
-    if (!(sig > 0.0) || std::isinf(sig)) return 0;
-    const double s = 1.0 / static_cast<double>(*sigma);
-    for (std::size_t i = 0; i < cn; ++i)
-        for (std::size_t j = 0; j < cn; ++j)
-            matrix[i * cn + j] = static_cast<float>(OACovariance(set->xt[i], set->xt[j], set->yt[i], set->yt[j],
-                                                                 1.0f, set->xlenMax, set->ylenMax));
-    // Noise on the diagonal, growing with the value above 13.
-    for (std::size_t i = 0; i < cn; ++i) {
-        float e = static_cast<float>((set->val[i] - 13.0) * 0.1);
-        if (!(e > 0.02f)) e = 0.02f;
-        gOAScratch[i] = e;
-        matrix[i * cn + i] = static_cast<float>(matrix[i * cn + i] + e * s);
-    }
-    if (!LACholeskyDcmpF(n, matrix, diag.get())) return 0;
-    LAInvertCholDcmpF(n, matrix, diag.get());
-    for (std::size_t i = 0; i < cn; ++i) {
-        double a = 0.0;
-        const float *row = matrix + i * cn;
-        for (std::size_t j = 0; j < cn; ++j) a += static_cast<double>(row[j]) * r[j];
-        alpha[i] = static_cast<float>(s * a);
-    }
-    return 1;
+    return kestrel::guarded<int32_t>("OAObjectASetup", [&]() -> int32_t {
+        if (!set || !matrix || !alpha || !sigma) return 0;
+        const int32_t n = oaPointCount(*set);
+        if (n < 2 || n > OA_MAX_OBJECTIVE_POINTS || !set->xt || !set->yt || !set->val) return 0;
+        const std::size_t cn = static_cast<std::size_t>(n);
+        std::unique_ptr<float[]> r(new (std::nothrow) float[cn]);
+        std::unique_ptr<float[]> diag(new (std::nothrow) float[cn]);
+        if (!r || !diag) return 0;
+        // Residuals against the background (averaging at twice the scale).
+        double sr = 0.0, sr2 = 0.0;
+        for (std::size_t i = 0; i < cn; ++i) {
+            float sp, md;
+            int32_t nu;
+            r[i] = static_cast<float>(set->val[i] - estimateT(set->xt[i], set->yt[i], 2.0f, 2.0f, &sp, &md, &nu, *set));
+            sr += r[i];
+            sr2 += static_cast<double>(r[i]) * r[i];
+        }
+        // Background error; the plus sign is how the host's fields were always
+        // computed (it is not the sample variance).
+        const double mean = sr / n;
+        const double sig = std::sqrt((n * mean * mean + sr2) / (n - 1));
+        *sigma = static_cast<float>(sig);
+        if (!(sig > 0.0) || std::isinf(sig)) return 0;
+        const double s = 1.0 / static_cast<double>(*sigma);
+        for (std::size_t i = 0; i < cn; ++i)
+            for (std::size_t j = 0; j < cn; ++j)
+                matrix[i * cn + j] = static_cast<float>(OACovariance(set->xt[i], set->xt[j], set->yt[i], set->yt[j],
+                                                                     1.0f, set->xlenMax, set->ylenMax));
+        // Noise on the diagonal, growing with the value above 13.
+        for (std::size_t i = 0; i < cn; ++i) {
+            float e = static_cast<float>((set->val[i] - 13.0) * 0.1);
+            if (!(e > 0.02f)) e = 0.02f;
+            gOAScratch[i] = e;
+            matrix[i * cn + i] = static_cast<float>(matrix[i * cn + i] + e * s);
+        }
+        if (!LACholeskyDcmpF(n, matrix, diag.get())) return 0;
+        LAInvertCholDcmpF(n, matrix, diag.get());
+        for (std::size_t i = 0; i < cn; ++i) {
+            double a = 0.0;
+            const float *row = matrix + i * cn;
+            for (std::size_t j = 0; j < cn; ++j) a += static_cast<double>(row[j]) * r[j];
+            alpha[i] = static_cast<float>(s * a);
+        }
+        return 1;
+    });
 }
 
 KESTREL_API float KESTREL_CALL OAObjectAEstimateT(float x, float y, float fx, float fy, float *error,
                                                   float *meanSqDist, OASet *set, const float *matrix,
                                                   const float *alpha, float sigma, int32_t wantError) {
-    float sp = K_NO_DATA, md = K_NO_DATA;
-    int32_t nu = 0;
-    if (!set) {
-        if (error) *error = sigma;
-        if (meanSqDist) *meanSqDist = md;
-        return 0.0f;
-    }
-    // A set larger than the scratch cannot have been set up: only the
-    // background is given, with the background error.
-    int32_t n = oaPointCount(*set);
-    if (n > OA_MAX_OBJECTIVE_POINTS || n < 0 || !matrix || !alpha || !set->xt || !set->yt) n = 0;
-    const float Lx = fx * set->xlenMax, Ly = fy * set->ylenMax;
-    double a = 0.0;
-    int32_t nz = 0;
-    const float *xt = set->xt, *yt = set->yt;
-    for (int32_t i = 0; i < n; ++i) {
-        // OACovariance with c0 = 1, the exponential only where it can be
-        // nonzero in float.
-        const double z = covarianceExponent(x, xt[i], y, yt[i], Lx, Ly);
-        const float c = z > kCovarianceUnderflow ? 0.0f : static_cast<float>(std::exp(-z));
-        gOAScratch[i] = c;
-        a += static_cast<double>(c) * alpha[i];
-        if (c != 0.0f) {
-            gNonzeroCov[nz] = c;
-            gNonzero[nz++] = i;
+    return kestrel::guarded<float>("OAObjectAEstimateT", [&]() -> float {
+        float sp = K_NO_DATA, md = K_NO_DATA;
+        int32_t nu = 0;
+        if (!set) {
+            if (error) *error = sigma;
+            if (meanSqDist) *meanSqDist = md;
+            return 0.0f;
         }
-    }
-    const double b = estimateT(x, y, 2.0f, 2.0f, &sp, &md, &nu, *set);
-    const float estimate = static_cast<float>(b + a * sigma);
-    estimateT(x, y, 1.0f, 1.0f, &sp, &md, &nu, *set);
-    if (meanSqDist) *meanSqDist = md;
-    if (!wantError) {
-        if (error) *error = sp;
+        // A set larger than the scratch cannot have been set up: only the
+        // background is given, with the background error.
+        int32_t n = oaPointCount(*set);
+        if (n > OA_MAX_OBJECTIVE_POINTS || n < 0 || !matrix || !alpha || !set->xt || !set->yt) n = 0;
+        const float Lx = fx * set->xlenMax, Ly = fy * set->ylenMax;
+        double a = 0.0;
+        int32_t nz = 0;
+        const float *xt = set->xt, *yt = set->yt;
+        for (int32_t i = 0; i < n; ++i) {
+            // OACovariance with c0 = 1, the exponential only where it can be
+            // nonzero in float.
+            const double z = covarianceExponent(x, xt[i], y, yt[i], Lx, Ly);
+            const float c = z > kCovarianceUnderflow ? 0.0f : static_cast<float>(std::exp(-z));
+            gOAScratch[i] = c;
+            a += static_cast<double>(c) * alpha[i];
+            if (c != 0.0f) {
+                gNonzeroCov[nz] = c;
+                gNonzero[nz++] = i;
+            }
+        }
+        const double b = estimateT(x, y, 2.0f, 2.0f, &sp, &md, &nu, *set);
+        const float estimate = static_cast<float>(b + a * sigma);
+        estimateT(x, y, 1.0f, 1.0f, &sp, &md, &nu, *set);
+        if (meanSqDist) *meanSqDist = md;
+        if (!wantError) {
+            if (error) *error = sp;
+            return estimate;
+        }
+        float err;
+        if (n == 0) {
+            err = sigma;
+        } else {
+            const double e = 1.0 - quadraticForm(matrix, static_cast<std::size_t>(n), nz);
+            err = e > 0.0 ? static_cast<float>(std::sqrt(e) * sigma) : 1.0f;
+        }
+        if (error) *error = err;
         return estimate;
-    }
-    float err;
-    if (n == 0) {
-        err = sigma;
-    } else {
-        const double e = 1.0 - quadraticForm(matrix, static_cast<std::size_t>(n), nz);
-        err = e > 0.0 ? static_cast<float>(std::sqrt(e) * sigma) : 1.0f;
-    }
-    if (error) *error = err;
-    return estimate;
+    });
 }
 
 }  // extern "C"

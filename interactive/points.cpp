@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <vector>
 
+#include "base/guard.h"
 #include "interactive/session.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
@@ -74,109 +75,111 @@ size_t nearest(const std::vector<Point> &points, Point to) {
 
 extern "C" KESTREL_API int32_t KESTREL_CALL GetPoints(float *x, float *y, int32_t maxCount, int32_t initial,
                                                       KCOLORREF pen) {
-    if (!x || !y || maxCount < 0 || initial < 0) return 0;
-    try {
-        StatusPrompt status(
-            "GetPoints:   L-MSE-CLICK add point,  R-MSE-CLICK delete point,  ENTER accept,  ESC abort ...", true);
-        KDC client = plat::getClientDC(hWndClient);
-        KPALETTE previousPalette = ActivateMyPalette(client);
-        plat::GdiObj previousBrush = nullptr;
-        if (client) {
-            plat::selectObject(client, plat::createPen(plat::PenSolid, 1, pen));
-            previousBrush = plat::selectObject(client, plat::getStockObject(plat::StockNullBrush));
-        }
-        plat::captureMouse(hWndClient);
-        plat::setCursor(plat::CursorCross);
-
-        // The points in picture pixels beside the caller's user values.
-        std::vector<Point> picked;
-        // Grown as the user clicks: the host's maximum may be far beyond what
-        // anyone picks by hand.
-        picked.reserve(static_cast<size_t>(initial) + 16);
-        for (int32_t i = 0; i < initial; ++i) picked.push_back({xPixel(x[i]), yPixel(y[i])});
-        KBInitialize();
-
-        RubberBand band(client);
-        int32_t count = initial;
-        bool redraw = true, captured = true, done = false;
-        Point last = mouseInWindow();
-        while (!done) {
-            const Point cursor = mouseInPicture();
-            if (redraw) {
-                band.draw(picked, cursor);
-                plat::showClientDC(hWndClient, client);
-                char text[128];
-                std::snprintf(text, sizeof text, "%d/%d   [%10.3f/%10.3f]", count, maxCount, userX(cursor.x),
-                              userY(cursor.y));
-                status.coordinates(text);
-                redraw = false;
+    return kestrel::guarded<int32_t>("GetPoints", [&]() -> int32_t {
+        if (!x || !y || maxCount < 0 || initial < 0) return 0;
+        try {
+            StatusPrompt status(
+                "GetPoints:   L-MSE-CLICK add point,  R-MSE-CLICK delete point,  ENTER accept,  ESC abort ...", true);
+            KDC client = plat::getClientDC(hWndClient);
+            KPALETTE previousPalette = ActivateMyPalette(client);
+            plat::GdiObj previousBrush = nullptr;
+            if (client) {
+                plat::selectObject(client, plat::createPen(plat::PenSolid, 1, pen));
+                previousBrush = plat::selectObject(client, plat::getStockObject(plat::StockNullBrush));
             }
-            if (outsideClick(plat::waitOneMessage())) {
-                count = 0;
-                KBInitialize();
-                UpdateView();
-                break;
-            }
-            if (!KBEmpty) {
-                int32_t type = 0, one = 0, two = 0;
-                KBGetKey(&type, &one, &two);
-                const Point at = mouseInPicture();
-                if (type == KB_KEY && one == 27) {
-                    count = 0;
-                    done = true;
-                } else if (type == KB_KEY && one == 13) {
-                    done = true;
-                } else if (type == KB_PRESS && one == KB_LEFT) {
-                    x[count] = userX(at.x);
-                    y[count] = userY(at.y);
-                    picked.push_back(at);
-                    ++count;
-                    if (count >= maxCount) done = true;
-                    redraw = true;
-                } else if (type == KB_PRESS && one == KB_RIGHT && count > initial) {
-                    const size_t k = nearest(picked, at);
-                    picked.erase(picked.begin() + static_cast<std::ptrdiff_t>(k));
-                    for (int32_t i = static_cast<int32_t>(k); i + 1 < count; ++i) {
-                        x[i] = x[i + 1];
-                        y[i] = y[i + 1];
-                    }
-                    --count;
-                    if (count == 0) {
-                        band.erase();
-                        plat::showClientDC(hWndClient, client);
-                    }
-                    redraw = true;
+            plat::captureMouse(hWndClient);
+            plat::setCursor(plat::CursorCross);
+
+            // The points in picture pixels beside the caller's user values.
+            std::vector<Point> picked;
+            // Grown as the user clicks: the host's maximum may be far beyond what
+            // anyone picks by hand.
+            picked.reserve(static_cast<size_t>(initial) + 16);
+            for (int32_t i = 0; i < initial; ++i) picked.push_back({xPixel(x[i]), yPixel(y[i])});
+            KBInitialize();
+
+            RubberBand band(client);
+            int32_t count = initial;
+            bool redraw = true, captured = true, done = false;
+            Point last = mouseInWindow();
+            while (!done) {
+                const Point cursor = mouseInPicture();
+                if (redraw) {
+                    band.draw(picked, cursor);
+                    plat::showClientDC(hWndClient, client);
+                    char text[128];
+                    std::snprintf(text, sizeof text, "%d/%d   [%10.3f/%10.3f]", count, maxCount, userX(cursor.x),
+                                  userY(cursor.y));
+                    status.coordinates(text);
+                    redraw = false;
                 }
+                if (outsideClick(plat::waitOneMessage())) {
+                    count = 0;
+                    KBInitialize();
+                    UpdateView();
+                    break;
+                }
+                if (!KBEmpty) {
+                    int32_t type = 0, one = 0, two = 0;
+                    KBGetKey(&type, &one, &two);
+                    const Point at = mouseInPicture();
+                    if (type == KB_KEY && one == 27) {
+                        count = 0;
+                        done = true;
+                    } else if (type == KB_KEY && one == 13) {
+                        done = true;
+                    } else if (type == KB_PRESS && one == KB_LEFT) {
+                        x[count] = userX(at.x);
+                        y[count] = userY(at.y);
+                        picked.push_back(at);
+                        ++count;
+                        if (count >= maxCount) done = true;
+                        redraw = true;
+                    } else if (type == KB_PRESS && one == KB_RIGHT && count > initial) {
+                        const size_t k = nearest(picked, at);
+                        picked.erase(picked.begin() + static_cast<std::ptrdiff_t>(k));
+                        for (int32_t i = static_cast<int32_t>(k); i + 1 < count; ++i) {
+                            x[i] = x[i + 1];
+                            y[i] = y[i + 1];
+                        }
+                        --count;
+                        if (count == 0) {
+                            band.erase();
+                            plat::showClientDC(hWndClient, client);
+                        }
+                        redraw = true;
+                    }
+                }
+                const Point now = mouseInWindow();
+                const bool inside = insideClient(now);
+                if (!inside && captured) {
+                    plat::releaseMouse();
+                    captured = false;
+                } else if (inside && !captured) {
+                    plat::captureMouse(hWndClient);
+                    plat::setCursor(plat::CursorCross);
+                    captured = true;
+                }
+                if (now.x != last.x || now.y != last.y) redraw = true;
+                last = now;
             }
-            const Point now = mouseInWindow();
-            const bool inside = insideClient(now);
-            if (!inside && captured) {
-                plat::releaseMouse();
-                captured = false;
-            } else if (inside && !captured) {
-                plat::captureMouse(hWndClient);
-                plat::setCursor(plat::CursorCross);
-                captured = true;
-            }
-            if (now.x != last.x || now.y != last.y) redraw = true;
-            last = now;
-        }
 
-        band.erase();
-        if (client) {
-            plat::selectObject(client, previousBrush);
-            RestorePen(client, "GetPoints");
-            RestorePalette(client, previousPalette, "GetPoints");
-            plat::releaseClientDC(hWndClient, client);
+            band.erase();
+            if (client) {
+                plat::selectObject(client, previousBrush);
+                RestorePen(client, "GetPoints");
+                RestorePalette(client, previousPalette, "GetPoints");
+                plat::releaseClientDC(hWndClient, client);
+            }
+            plat::releaseMouse();
+            plat::setCursor(plat::CursorArrow);
+            status.finish();
+            return count;
+        } catch (...) {
+            // Out of memory for the point list: the picking ends as an abort.
+            plat::releaseMouse();
+            KBInitialize();
+            return 0;
         }
-        plat::releaseMouse();
-        plat::setCursor(plat::CursorArrow);
-        status.finish();
-        return count;
-    } catch (...) {
-        // Out of memory for the point list: the picking ends as an abort.
-        plat::releaseMouse();
-        KBInitialize();
-        return 0;
-    }
+    });
 }

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "base/guard.h"
 #include "interactive/session.h"
 #include "kestrel/draw.h"
 #include "kestrel/frame.h"
@@ -283,75 +284,83 @@ struct ColourBarTool {
 extern "C" {
 
 KESTREL_API void KESTREL_CALL DrawZoomBox(float x0, float y0, float x1, float y1, int32_t allHandles) {
-    KDC client = plat::getClientDC(hWndClient);
-    eraseBox(client);
-    if (x0 == kEraseOnly || !client) {
-        plat::releaseClientDC(hWndClient, client);
-        return;
-    }
-    ZoomBoxState &b = g_box;
-    b.left = clampPixel(int64_t{xPixel(x0)} - iHscrollPos);
-    b.right = clampPixel(int64_t{xPixel(x1)} - iHscrollPos);
-    b.bottom = clampPixel(int64_t{yPixel(y0)} - iVscrollPos);
-    b.top = clampPixel(int64_t{yPixel(y1)} - iVscrollPos);
-    if (b.left > b.right) std::swap(b.left, b.right);
-    if (b.top > b.bottom) std::swap(b.top, b.bottom);
-    b.xmid = (b.left + b.right - kHandle) / 2;
-    b.ymid = (b.top + b.bottom - kHandle) / 2;
-    b.allHandles = allHandles == 1;
-    b.shown = true;
+    return kestrel::guarded<void>("DrawZoomBox", [&]() -> void {
+        KDC client = plat::getClientDC(hWndClient);
+        eraseBox(client);
+        if (x0 == kEraseOnly || !client) {
+            plat::releaseClientDC(hWndClient, client);
+            return;
+        }
+        ZoomBoxState &b = g_box;
+        b.left = clampPixel(int64_t{xPixel(x0)} - iHscrollPos);
+        b.right = clampPixel(int64_t{xPixel(x1)} - iHscrollPos);
+        b.bottom = clampPixel(int64_t{yPixel(y0)} - iVscrollPos);
+        b.top = clampPixel(int64_t{yPixel(y1)} - iVscrollPos);
+        if (b.left > b.right) std::swap(b.left, b.right);
+        if (b.top > b.bottom) std::swap(b.top, b.bottom);
+        b.xmid = (b.left + b.right - kHandle) / 2;
+        b.ymid = (b.top + b.bottom - kHandle) / 2;
+        b.allHandles = allHandles == 1;
+        b.shown = true;
 
-    constexpr KCOLORREF red = 255;
-    plat::selectObject(client, plat::createPen(plat::PenSolid, 1, red));
-    plat::selectObject(client, plat::createSolidBrush(red));
-    const KPoint32 outline[5] = {{b.left, b.bottom}, {b.right, b.bottom}, {b.right, b.top}, {b.left, b.top},
-                                 {b.left, b.bottom}};
-    plat::beginPath(client);
-    plat::polyline(client, outline, 5);
-    plat::endPath(client);
-    plat::strokePath(client);
-    plat::Rect squares[8];
-    const int n = handleSquares(b, squares);
-    for (int i = 0; i < n; ++i)
-        plat::rectangle(client, squares[i].left, squares[i].top, squares[i].right, squares[i].bottom);
-    RestorePen(client, "DrawZoomBox");
-    RestoreBrush(client, "DrawZoomBox");
-    plat::releaseClientDC(hWndClient, client);
+        constexpr KCOLORREF red = 255;
+        plat::selectObject(client, plat::createPen(plat::PenSolid, 1, red));
+        plat::selectObject(client, plat::createSolidBrush(red));
+        const KPoint32 outline[5] = {{b.left, b.bottom}, {b.right, b.bottom}, {b.right, b.top}, {b.left, b.top},
+                                     {b.left, b.bottom}};
+        plat::beginPath(client);
+        plat::polyline(client, outline, 5);
+        plat::endPath(client);
+        plat::strokePath(client);
+        plat::Rect squares[8];
+        const int n = handleSquares(b, squares);
+        for (int i = 0; i < n; ++i)
+            plat::rectangle(client, squares[i].left, squares[i].top, squares[i].right, squares[i].bottom);
+        RestorePen(client, "DrawZoomBox");
+        RestoreBrush(client, "DrawZoomBox");
+        plat::releaseClientDC(hWndClient, client);
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL ZoomViewPort(float *x0, float *x1, int32_t xDecimals, float *y0, float *y1,
                                               int32_t yDecimals) {
-    if (!x0 || !x1 || !y0 || !y1) return 27;
-    StatusPrompt status("ZOOM:   L-MSE drag,  ENTER accept,  ESC abort ...", true);
-    ViewportTool tool{x0, x1, y0, y1, xDecimals, yDecimals, &status};
-    const int32_t result = runZoomLoop(tool);
-    status.finish();
-    plat::setCursor(plat::CursorArrow);
-    return result;
+    return kestrel::guardedOr<int32_t>("ZoomViewPort", 27, [&]() -> int32_t {
+        if (!x0 || !x1 || !y0 || !y1) return 27;
+        StatusPrompt status("ZOOM:   L-MSE drag,  ENTER accept,  ESC abort ...", true);
+        ViewportTool tool{x0, x1, y0, y1, xDecimals, yDecimals, &status};
+        const int32_t result = runZoomLoop(tool);
+        status.finish();
+        plat::setCursor(plat::CursorArrow);
+        return result;
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL ZoomColorBar(float *z0, float *z1, int32_t decimals) {
-    if (!z0 || !z1) return 27;
-    StatusPrompt status("Z-ZOOM:   L-MSE drag,  ENTER accept,  ESC abort ...", true);
-    ColourBarTool tool{z0, z1, decimals, &status};
-    tool.setUp();
-    const int32_t result = runZoomLoop(tool);
-    status.finish();
-    plat::setCursor(plat::CursorArrow);
-    return result;
+    return kestrel::guardedOr<int32_t>("ZoomColorBar", 27, [&]() -> int32_t {
+        if (!z0 || !z1) return 27;
+        StatusPrompt status("Z-ZOOM:   L-MSE drag,  ENTER accept,  ESC abort ...", true);
+        ColourBarTool tool{z0, z1, decimals, &status};
+        tool.setUp();
+        const int32_t result = runZoomLoop(tool);
+        status.finish();
+        plat::setCursor(plat::CursorArrow);
+        return result;
+    });
 }
 
 KESTREL_API float KESTREL_CALL KroundDecimals(float value, int32_t decimals) {
-    // An integer power of ten, so that 2 decimals scale by exactly 100.
-    double f = 1.0;
-    const int64_t n = decimals < 0 ? -static_cast<int64_t>(decimals) : decimals;
-    for (int64_t i = 0; i < n && i < 400; ++i) f *= 10.0;  // past 10^308 it is infinite anyway
-    if (decimals < 0) f = 1.0 / f;
-    const double s = static_cast<double>(value) * f;
-    if (!(std::fabs(s) < 1e8) || s == 0.0) return value;  // NaN and the infinities too
-    const double t = std::trunc(s);
-    if (std::fabs(s - t) < 0.5) return static_cast<float>(t / f);
-    return static_cast<float>((t + (s > 0 ? 1.0 : -1.0)) / f);
+    return kestrel::guarded<float>("KroundDecimals", [&]() -> float {
+        // An integer power of ten, so that 2 decimals scale by exactly 100.
+        double f = 1.0;
+        const int64_t n = decimals < 0 ? -static_cast<int64_t>(decimals) : decimals;
+        for (int64_t i = 0; i < n && i < 400; ++i) f *= 10.0;  // past 10^308 it is infinite anyway
+        if (decimals < 0) f = 1.0 / f;
+        const double s = static_cast<double>(value) * f;
+        if (!(std::fabs(s) < 1e8) || s == 0.0) return value;  // NaN and the infinities too
+        const double t = std::trunc(s);
+        if (std::fabs(s - t) < 0.5) return static_cast<float>(t / f);
+        return static_cast<float>((t + (s > 0 ? 1.0 : -1.0)) / f);
+    });
 }
 
 }  // extern "C"

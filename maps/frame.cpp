@@ -18,6 +18,7 @@
 #include <new>
 #include <utility>
 
+#include "base/guard.h"
 #include "kestrel/axes.h"
 #include "maps/startup.h"
 #include "kestrel/colour.h"
@@ -216,293 +217,321 @@ extern "C" {
 
 KESTREL_API void KESTREL_CALL AdjustMapLabelPos(float min, float max, float *origin, float *tick, float *step,
                                                 int32_t *first, int32_t *last, int32_t isLatitude) {
-    float start = 0, end = 0, o = 0, t = 0, s = 0;
-    AutoScale(min, max, &start, &end, &o, &t, &s);
-    if (isLatitude) {
-        if (s > 30.0f) {
-            o = 0;
-            t = 10;
-            s = 30;
+    return kestrel::guarded<void>("AdjustMapLabelPos", [&]() -> void {
+        float start = 0, end = 0, o = 0, t = 0, s = 0;
+        AutoScale(min, max, &start, &end, &o, &t, &s);
+        if (isLatitude) {
+            if (s > 30.0f) {
+                o = 0;
+                t = 10;
+                s = 30;
+            }
+        } else {
+            const double r = static_cast<double>(max) - min;
+            if (r >= 270.0) {
+                o = 0;
+                t = 30;
+                s = 90;
+            } else if (r >= 120.0) {
+                o = 0;
+                t = 10;
+                s = 30;
+            }
         }
-    } else {
-        const double r = static_cast<double>(max) - min;
-        if (r >= 270.0) {
-            o = 0;
-            t = 30;
-            s = 90;
-        } else if (r >= 120.0) {
-            o = 0;
-            t = 10;
-            s = 30;
+        if (!(s > 0) || !std::isfinite(s)) s = std::isfinite(s) && s < 0 ? -s : 1.0f;  // a descending or empty scale
+        o = static_cast<float>(std::floor(static_cast<double>(min) / s) * s);
+        const int32_t a = truncPixel((static_cast<long double>(min) - o) / s);
+        const int32_t b = truncPixel((static_cast<long double>(max) - o) / s);
+        int32_t f = a < b ? a : b, l = a < b ? b : a;
+        if (isLatitude) {
+            // No labels at the poles: they would all sit on one point.
+            if (static_cast<double>(o) + static_cast<double>(f) * s <= -90.0) ++f;
+            if (static_cast<double>(o) + static_cast<double>(l) * s >= 90.0) --l;
         }
-    }
-    if (!(s > 0) || !std::isfinite(s)) s = std::isfinite(s) && s < 0 ? -s : 1.0f;  // a descending or empty scale
-    o = static_cast<float>(std::floor(static_cast<double>(min) / s) * s);
-    const int32_t a = truncPixel((static_cast<long double>(min) - o) / s);
-    const int32_t b = truncPixel((static_cast<long double>(max) - o) / s);
-    int32_t f = a < b ? a : b, l = a < b ? b : a;
-    if (isLatitude) {
-        // No labels at the poles: they would all sit on one point.
-        if (static_cast<double>(o) + static_cast<double>(f) * s <= -90.0) ++f;
-        if (static_cast<double>(o) + static_cast<double>(l) * s >= 90.0) --l;
-    }
-    if (origin) *origin = o;
-    if (tick) *tick = t;
-    if (step) *step = s;
-    if (first) *first = f;
-    if (last) *last = l;
+        if (origin) *origin = o;
+        if (tick) *tick = t;
+        if (step) *step = s;
+        if (first) *first = f;
+        if (last) *last = l;
+    });
 }
 
 KESTREL_API void KESTREL_CALL MkeLatLabel(float lat, char *text, int32_t forPostScript) {
-    if (!text) return;
-    if (lat == 0.0f) {
-        std::strcpy(text, "EQ");
-        return;
-    }
-    const char *suffix = lat < 0 ? (forPostScript ? "\\312S" : "\xB0" "S") : (forPostScript ? "\\312N" : "\xB0" "N");
-    labelText(lat, text, suffix);
+    return kestrel::guarded<void>("MkeLatLabel", [&]() -> void {
+        if (!text) return;
+        if (lat == 0.0f) {
+            std::strcpy(text, "EQ");
+            return;
+        }
+        const char *suffix = lat < 0 ? (forPostScript ? "\\312S" : "\xB0" "S") : (forPostScript ? "\\312N" : "\xB0" "N");
+        labelText(lat, text, suffix);
+    });
 }
 
 KESTREL_API void KESTREL_CALL MkeLonLabel(float lon, char *text, int32_t forPostScript) {
-    if (!text) return;
-    double v = lon;
-    // 180 itself stays east and -180 west.
-    if (v > 180.0) v -= 360.0;
-    else if (v < -180.0) v += 360.0;
-    const char *suffix;
-    if (v < 0) suffix = forPostScript ? "\\312W" : "\xB0" "W";
-    else if (v > 0) suffix = forPostScript ? "\\312E" : "\xB0" "E";
-    else suffix = forPostScript ? "\\312" : "\xB0";
-    labelText(v, text, suffix);
+    return kestrel::guarded<void>("MkeLonLabel", [&]() -> void {
+        if (!text) return;
+        double v = lon;
+        // 180 itself stays east and -180 west.
+        if (v > 180.0) v -= 360.0;
+        else if (v < -180.0) v += 360.0;
+        const char *suffix;
+        if (v < 0) suffix = forPostScript ? "\\312W" : "\xB0" "W";
+        else if (v > 0) suffix = forPostScript ? "\\312E" : "\xB0" "E";
+        else suffix = forPostScript ? "\\312" : "\xB0";
+        labelText(v, text, suffix);
+    });
 }
 
 KESTREL_API void KESTREL_CALL DrawLatLabel(KDC dc, KFILE psFile, float lon, float lat, float lonRange,
                                            float fontSize, int32_t lorg) {
-    drawLabel(dc, psFile, lon, lat, lonRange, fontSize, lorg, lat, MkeLatLabel);
+    return kestrel::guarded<void>("DrawLatLabel", [&]() -> void {
+        drawLabel(dc, psFile, lon, lat, lonRange, fontSize, lorg, lat, MkeLatLabel);
+    });
 }
 
 KESTREL_API void KESTREL_CALL DrawLonLabel(KDC dc, KFILE psFile, float lon, float lat, float lonRange,
                                            float fontSize, int32_t lorg) {
-    drawLabel(dc, psFile, lon, lat, lonRange, fontSize, lorg, lon, MkeLonLabel);
+    return kestrel::guarded<void>("DrawLonLabel", [&]() -> void {
+        drawLabel(dc, psFile, lon, lat, lonRange, fontSize, lorg, lon, MkeLonLabel);
+    });
 }
 
 KESTREL_API void KESTREL_CALL DrawMeridian(KDC dc, KFILE psFile, float latMin, float latMax, float lon,
                                            int32_t nPoints, int32_t widthIndex) {
-    nPoints = graticulePoints(nPoints);
-    LinePoints p(nPoints);
-    if (!p.ok()) return;
-    const double d = (static_cast<double>(latMax) - latMin) / (nPoints - 1);
-    for (int32_t i = 0; i < nPoints; ++i) {
-        p.x[i] = lon;
-        p.y[i] = static_cast<float>(latMin + i * d);
-    }
-    drawGraticuleLine(dc, psFile, p.x, p.y, nPoints, widthIndex, "DrawMeridian");
+    return kestrel::guarded<void>("DrawMeridian", [&]() -> void {
+        nPoints = graticulePoints(nPoints);
+        LinePoints p(nPoints);
+        if (!p.ok()) return;
+        const double d = (static_cast<double>(latMax) - latMin) / (nPoints - 1);
+        for (int32_t i = 0; i < nPoints; ++i) {
+            p.x[i] = lon;
+            p.y[i] = static_cast<float>(latMin + i * d);
+        }
+        drawGraticuleLine(dc, psFile, p.x, p.y, nPoints, widthIndex, "DrawMeridian");
+    });
 }
 
 KESTREL_API void KESTREL_CALL DrawParallel(KDC dc, KFILE psFile, float lonMin, float lonMax, float lat,
                                            int32_t nPoints, int32_t widthIndex) {
-    nPoints = graticulePoints(nPoints);
-    LinePoints p(nPoints);
-    if (!p.ok()) return;
-    double start = lonMin, end = lonMax;
-    if (proj == 5) {  // only the visible arc
-        const double h = lonVisibleRange(lat);
-        start = std::fmax(start, gProj.centreLon - h);
-        end = std::fmin(end, gProj.centreLon + h);
-        if (!(end > start)) return;
-    }
-    const double d = (end - start) / (nPoints - 1);
-    for (int32_t i = 0; i < nPoints; ++i) {
-        p.x[i] = static_cast<float>(start + i * d);
-        p.y[i] = lat;
-    }
-    drawGraticuleLine(dc, psFile, p.x, p.y, nPoints, widthIndex, "DrawParallel");
+    return kestrel::guarded<void>("DrawParallel", [&]() -> void {
+        nPoints = graticulePoints(nPoints);
+        LinePoints p(nPoints);
+        if (!p.ok()) return;
+        double start = lonMin, end = lonMax;
+        if (proj == 5) {  // only the visible arc
+            const double h = lonVisibleRange(lat);
+            start = std::fmax(start, gProj.centreLon - h);
+            end = std::fmin(end, gProj.centreLon + h);
+            if (!(end > start)) return;
+        }
+        const double d = (end - start) / (nPoints - 1);
+        for (int32_t i = 0; i < nPoints; ++i) {
+            p.x[i] = static_cast<float>(start + i * d);
+            p.y[i] = lat;
+        }
+        drawGraticuleLine(dc, psFile, p.x, p.y, nPoints, widthIndex, "DrawParallel");
+    });
 }
 
 KESTREL_API float KESTREL_CALL LatMapLabelXPos(float lonMin, float lonMax, int32_t *lorg, int32_t projCode,
                                                double centreLon) {
-    const float r = lonMax - lonMin;
-    if (lorg) *lorg = (r == 360.0f && (projCode == 1 || projCode == 3 || projCode == 5)) ? 0 : 7;
-    if (projCode != 5 || !(r > 300.0f)) return lonMin;
-    float origin = 0, tick = 0, step = 0;
-    int32_t first = 0, last = 0;
-    AdjustMapLabelPos(lonMin, lonMax, &origin, &tick, &step, &first, &last, 0);
-    // A quarter step east of the meridian nearest the centre, where the
-    // labels stand clear of both the meridian and the horizon.
-    double best = 1e6;
-    float at = lonMin;
-    for (int32_t k = first; k <= last + 1; ++k) {
-        const double v = (k - 0.75) * step + origin;
-        const double d = (v - centreLon) * (v - centreLon);
-        if (d < best) {
-            best = d;
-            at = static_cast<float>(v);
+    return kestrel::guarded<float>("LatMapLabelXPos", [&]() -> float {
+        const float r = lonMax - lonMin;
+        if (lorg) *lorg = (r == 360.0f && (projCode == 1 || projCode == 3 || projCode == 5)) ? 0 : 7;
+        if (projCode != 5 || !(r > 300.0f)) return lonMin;
+        float origin = 0, tick = 0, step = 0;
+        int32_t first = 0, last = 0;
+        AdjustMapLabelPos(lonMin, lonMax, &origin, &tick, &step, &first, &last, 0);
+        // A quarter step east of the meridian nearest the centre, where the
+        // labels stand clear of both the meridian and the horizon.
+        double best = 1e6;
+        float at = lonMin;
+        for (int32_t k = first; k <= last + 1; ++k) {
+            const double v = (k - 0.75) * step + origin;
+            const double d = (v - centreLon) * (v - centreLon);
+            if (d < best) {
+                best = d;
+                at = static_cast<float>(v);
+            }
         }
-    }
-    return at;
+        return at;
+    });
 }
 
 KESTREL_API float KESTREL_CALL LonMapLabelYPos(float lonMin, float lonMax, float latMin, float latMax,
                                                float nearestLat, float nearestAbsLat, int32_t *lorg,
                                                int32_t projCode, double centreLon) {
-    static const int32_t kDefaultLorg[7] = {0, 1, 1, 2, 1, 0, 1};
-    int32_t o = (projCode >= 0 && projCode < 7) ? kDefaultLorg[projCode] : 0;
-    float at = nearestLat;
-    auto smallerEnd = [&] { return std::fabs(latMax) <= std::fabs(latMin) ? latMax : latMin; };
-    switch (projCode) {
-    case 1:
-        at = latMin;
-        o = 1;
-        break;
-    case 3:
-        at = latMax;
-        o = 2;
-        break;
-    case 2:
-    case 4:
-        if (nearestAbsLat > std::fabs(latMin)) {
+    return kestrel::guarded<float>("LonMapLabelYPos", [&]() -> float {
+        static const int32_t kDefaultLorg[7] = {0, 1, 1, 2, 1, 0, 1};
+        int32_t o = (projCode >= 0 && projCode < 7) ? kDefaultLorg[projCode] : 0;
+        float at = nearestLat;
+        auto smallerEnd = [&] { return std::fabs(latMax) <= std::fabs(latMin) ? latMax : latMin; };
+        switch (projCode) {
+        case 1:
             at = latMin;
             o = 1;
-        } else if (nearestAbsLat > std::fabs(latMax)) {
+            break;
+        case 3:
             at = latMax;
             o = 2;
-        } else {
-            at = nearestLat;
-            o = 1;
-        }
-        break;
-    case 5:
-        if (std::fabs(centreLon) >= 1.0 && latMax != 90.0f && latMin != -90.0f) {
-            at = smallerEnd();
-        } else if (static_cast<double>(lonMax) - lonMin <= 350.0) {
-            at = smallerEnd();
-        } else {
-            // A whole hemisphere: half a step off a labelled parallel, near
-            // the middle of the map.
-            float origin = 0, tick = 0, step = 0;
-            int32_t first = 0, last = 0;
-            AdjustMapLabelPos(latMin, latMax, &origin, &tick, &step, &first, &last, 1);
-            const double mid = (static_cast<double>(latMin) + latMax) * 0.5;
-            double best = 1e6;
-            for (int32_t k = first; k <= last + 1; ++k) {
-                const double v = (k - 0.5) * step + origin;
-                if (v < latMin || v > latMax) continue;
-                if ((v - mid) * (v - mid) < best) {
-                    best = (v - mid) * (v - mid);
-                    at = static_cast<float>(v);
+            break;
+        case 2:
+        case 4:
+            if (nearestAbsLat > std::fabs(latMin)) {
+                at = latMin;
+                o = 1;
+            } else if (nearestAbsLat > std::fabs(latMax)) {
+                at = latMax;
+                o = 2;
+            } else {
+                at = nearestLat;
+                o = 1;
+            }
+            break;
+        case 5:
+            if (std::fabs(centreLon) >= 1.0 && latMax != 90.0f && latMin != -90.0f) {
+                at = smallerEnd();
+            } else if (static_cast<double>(lonMax) - lonMin <= 350.0) {
+                at = smallerEnd();
+            } else {
+                // A whole hemisphere: half a step off a labelled parallel, near
+                // the middle of the map.
+                float origin = 0, tick = 0, step = 0;
+                int32_t first = 0, last = 0;
+                AdjustMapLabelPos(latMin, latMax, &origin, &tick, &step, &first, &last, 1);
+                const double mid = (static_cast<double>(latMin) + latMax) * 0.5;
+                double best = 1e6;
+                for (int32_t k = first; k <= last + 1; ++k) {
+                    const double v = (k - 0.5) * step + origin;
+                    if (v < latMin || v > latMax) continue;
+                    if ((v - mid) * (v - mid) < best) {
+                        best = (v - mid) * (v - mid);
+                        at = static_cast<float>(v);
+                    }
                 }
             }
+            if (at == latMin) o = 1;
+            else if (at == latMax) o = 2;
+            break;
+        default: break;
         }
-        if (at == latMin) o = 1;
-        else if (at == latMax) o = 2;
-        break;
-    default: break;
-    }
-    if (lorg) *lorg = o;
-    return at;
+        if (lorg) *lorg = o;
+        return at;
+    });
 }
 
 KESTREL_API void KESTREL_CALL DrawXMapFrame(KDC dc, KFILE, float origin, float tick) {
-    drawBand(dc, origin, tick, true, true);
+    return kestrel::guarded<void>("DrawXMapFrame", [&]() -> void {
+        drawBand(dc, origin, tick, true, true);
+    });
 }
 
 KESTREL_API void KESTREL_CALL DrawYMapFrame(KDC dc, KFILE, float origin, float tick) {
-    drawBand(dc, origin, tick, false, true);
+    return kestrel::guarded<void>("DrawYMapFrame", [&]() -> void {
+        drawBand(dc, origin, tick, false, true);
+    });
 }
 
 KESTREL_API void KESTREL_CALL XMapLabels(KDC dc, float yPos, float origin, float tick, float step) {
-    kestrel::useMapAxisStyle();
-    XAxisLabels(dc, yPos, origin, tick, step, nullptr, nullptr, 1);
+    return kestrel::guarded<void>("XMapLabels", [&]() -> void {
+        kestrel::useMapAxisStyle();
+        XAxisLabels(dc, yPos, origin, tick, step, nullptr, nullptr, 1);
+    });
 }
 
 KESTREL_API void KESTREL_CALL YMapLabels(KDC dc, float xPos, float origin, float tick, float step) {
-    kestrel::useMapAxisStyle();
-    YAxisLabels(dc, xPos, origin, tick, step, nullptr, 3);
+    return kestrel::guarded<void>("YMapLabels", [&]() -> void {
+        kestrel::useMapAxisStyle();
+        YAxisLabels(dc, xPos, origin, tick, step, nullptr, 3);
+    });
 }
 
 KESTREL_API void KESTREL_CALL DrawMapFrame(KDC dc, KFILE psFile, float lonMin, float lonMax, float latMin,
                                            float latMax, float uxMin, float uxMax, float pxMin, float pxMax,
                                            float uyMin, float uyMax, float pyMin, float pyMax, float fontSize,
                                            int32_t colour, int32_t drawGrid) {
-    const float r = lonMax - lonMin;
-    // A full circle of longitude repeats its first meridian at the end.
-    const float limit = (r == 360.0f && (proj == 1 || proj == 3 || proj == 5)) ? 0.98f : 1.0f;
-    SetColor(colour);
-    float lonOrigin = 0, lonTick = 0, lonStep = 0, latOrigin = 0, latTick = 0, latStep = 0;
-    int32_t lonFirst = 0, lonLast = -1, latFirst = 0, latLast = -1;
-    AdjustMapLabelPos(lonMin, lonMax, &lonOrigin, &lonTick, &lonStep, &lonFirst, &lonLast, 0);
-    AdjustMapLabelPos(latMin, latMax, &latOrigin, &latTick, &latStep, &latFirst, &latLast, 1);
-    if (dc) {
-        SetDoFill(dc, 0);
-        ClipVWP(dc, 0);
-    }
-    if (psFile) {
-        kestrel::psWrite(psFile, "\n%%PS-OBJECT: MapFrame begin\n");
-        kestrel::psWrite(psFile, "gsave\n/fill? false def /stroke? false def\n");
-        PSSetColor(psFile, colour);
-    }
-    if (proj < 1 || proj >= kProjectionCount) {
+    return kestrel::guarded<void>("DrawMapFrame", [&]() -> void {
+        const float r = lonMax - lonMin;
+        // A full circle of longitude repeats its first meridian at the end.
+        const float limit = (r == 360.0f && (proj == 1 || proj == 3 || proj == 5)) ? 0.98f : 1.0f;
+        SetColor(colour);
+        float lonOrigin = 0, lonTick = 0, lonStep = 0, latOrigin = 0, latTick = 0, latStep = 0;
+        int32_t lonFirst = 0, lonLast = -1, latFirst = 0, latLast = -1;
+        AdjustMapLabelPos(lonMin, lonMax, &lonOrigin, &lonTick, &lonStep, &lonFirst, &lonLast, 0);
+        AdjustMapLabelPos(latMin, latMax, &latOrigin, &latTick, &latStep, &latFirst, &latLast, 1);
         if (dc) {
-            XMapLabels(dc, latMin, lonOrigin, lonTick, lonStep);
-            YMapLabels(dc, lonMin, latOrigin, latTick, latStep);
+            SetDoFill(dc, 0);
+            ClipVWP(dc, 0);
         }
         if (psFile) {
-            char text[32];
-            writeLine(psFile, "%s %g SetMyFont\n", szPSlWidth[0], static_cast<double>(fontSize));
-            writeLine(psFile, "%9.3f %9.3f xmapframe\n", static_cast<double>(lonOrigin), static_cast<double>(lonTick));
-            int32_t lo = 0, hi = 0;
-            SetAxisAnnotationPos(&lo, &hi, &lonStep, lonOrigin, uxMin, uxMax, pxMin);
-            for (int32_t k = lo; k <= hi; ++k) {
-                const float lon = static_cast<float>(k) * lonStep + lonOrigin;
-                if (!withinRange(lon, lonMin, lonMax)) continue;  // the screen drops these too
-                MkeLonLabel(lon, text, 1);
-                if (drawGrid) writeLine(psFile, "%g ymin %g ymax Line\n", static_cast<double>(lon), static_cast<double>(lon));
-                writeLine(psFile, "(%s) %9.3f xmaplabl\n", text, static_cast<double>(lon));
-            }
-            writeLine(psFile, "%9.3f %9.3f ymapframe\n", static_cast<double>(latOrigin), static_cast<double>(latTick));
-            SetAxisAnnotationPos(&lo, &hi, &latStep, latOrigin, uyMin, uyMax, pyMin);
-            for (int32_t k = lo; k <= hi; ++k) {
-                const float lat = static_cast<float>(k) * latStep + latOrigin;
-                if (!withinRange(lat, latMin, latMax)) continue;
-                MkeLatLabel(lat, text, 1);
-                if (drawGrid) writeLine(psFile, "xmin %g xmax %g Line\n", static_cast<double>(lat), static_cast<double>(lat));
-                writeLine(psFile, "(%s) %9.3f ymaplabl\n", text, static_cast<double>(lat));
-            }
+            kestrel::psWrite(psFile, "\n%%PS-OBJECT: MapFrame begin\n");
+            kestrel::psWrite(psFile, "gsave\n/fill? false def /stroke? false def\n");
+            PSSetColor(psFile, colour);
         }
-        // Deliberately left open: the host closes the unprojected map's
-        // frame object itself (no grestore, no end line).
-        return;
-    }
+        if (proj < 1 || proj >= kProjectionCount) {
+            if (dc) {
+                XMapLabels(dc, latMin, lonOrigin, lonTick, lonStep);
+                YMapLabels(dc, lonMin, latOrigin, latTick, latStep);
+            }
+            if (psFile) {
+                char text[32];
+                writeLine(psFile, "%s %g SetMyFont\n", szPSlWidth[0], static_cast<double>(fontSize));
+                writeLine(psFile, "%9.3f %9.3f xmapframe\n", static_cast<double>(lonOrigin), static_cast<double>(lonTick));
+                int32_t lo = 0, hi = 0;
+                SetAxisAnnotationPos(&lo, &hi, &lonStep, lonOrigin, uxMin, uxMax, pxMin);
+                for (int32_t k = lo; k <= hi; ++k) {
+                    const float lon = static_cast<float>(k) * lonStep + lonOrigin;
+                    if (!withinRange(lon, lonMin, lonMax)) continue;  // the screen drops these too
+                    MkeLonLabel(lon, text, 1);
+                    if (drawGrid) writeLine(psFile, "%g ymin %g ymax Line\n", static_cast<double>(lon), static_cast<double>(lon));
+                    writeLine(psFile, "(%s) %9.3f xmaplabl\n", text, static_cast<double>(lon));
+                }
+                writeLine(psFile, "%9.3f %9.3f ymapframe\n", static_cast<double>(latOrigin), static_cast<double>(latTick));
+                SetAxisAnnotationPos(&lo, &hi, &latStep, latOrigin, uyMin, uyMax, pyMin);
+                for (int32_t k = lo; k <= hi; ++k) {
+                    const float lat = static_cast<float>(k) * latStep + latOrigin;
+                    if (!withinRange(lat, latMin, latMax)) continue;
+                    MkeLatLabel(lat, text, 1);
+                    if (drawGrid) writeLine(psFile, "xmin %g xmax %g Line\n", static_cast<double>(lat), static_cast<double>(lat));
+                    writeLine(psFile, "(%s) %9.3f ymaplabl\n", text, static_cast<double>(lat));
+                }
+            }
+            // Deliberately left open: the host closes the unprojected map's
+            // frame object itself (no grestore, no end line).
+            return;
+        }
 
-    StrokeMapClippingPath(dc, psFile, 2, lonMin, lonMax, latMin, latMax, uxMin, uxMax, pxMin, pxMax, uyMin, uyMax,
-                          pyMin, pyMax);
-    int32_t lorg = 7;
-    const float labelLon = LatMapLabelXPos(lonMin, lonMax, &lorg, proj, gProj.centreLon);
-    float nearest = 90.0f, nearestAbs = 90.0f;
-    for (int32_t k = latFirst; k <= latLast; ++k) {
-        const float lat = static_cast<float>(k) * latStep + latOrigin;
-        if (std::fabs(lat) < nearestAbs) {
-            nearestAbs = std::fabs(lat);
-            nearest = lat;
+        StrokeMapClippingPath(dc, psFile, 2, lonMin, lonMax, latMin, latMax, uxMin, uxMax, pxMin, pxMax, uyMin, uyMax,
+                              pyMin, pyMax);
+        int32_t lorg = 7;
+        const float labelLon = LatMapLabelXPos(lonMin, lonMax, &lorg, proj, gProj.centreLon);
+        float nearest = 90.0f, nearestAbs = 90.0f;
+        for (int32_t k = latFirst; k <= latLast; ++k) {
+            const float lat = static_cast<float>(k) * latStep + latOrigin;
+            if (std::fabs(lat) < nearestAbs) {
+                nearestAbs = std::fabs(lat);
+                nearest = lat;
+            }
+            // Behind the horizon of a general orthographic map a label would be
+            // pushed onto the rim among its neighbours: it is left out.
+            if (proj != 5 || IsInsideGlobalMapDomain(labelLon, lat)) DrawLatLabel(dc, psFile, labelLon, lat, r, fontSize, lorg);
+            if (drawGrid) DrawParallel(dc, psFile, lonMin, lonMax, lat, kGraticulePoints, 0);
         }
-        // Behind the horizon of a general orthographic map a label would be
-        // pushed onto the rim among its neighbours: it is left out.
-        if (proj != 5 || IsInsideGlobalMapDomain(labelLon, lat)) DrawLatLabel(dc, psFile, labelLon, lat, r, fontSize, lorg);
-        if (drawGrid) DrawParallel(dc, psFile, lonMin, lonMax, lat, kGraticulePoints, 0);
-    }
-    const float labelLat = LonMapLabelYPos(lonMin, lonMax, latMin, latMax, nearest, nearestAbs, &lorg, proj,
-                                           gProj.centreLon);
-    if (dc) SetLorgVal(dc, lorg);
-    if (psFile) writeLine(psFile, "/lorg %d def\n", lorg);
-    for (int32_t k = lonFirst; k <= lonLast; ++k) {
-        const float lon = static_cast<float>(k) * lonStep + lonOrigin;
-        const float f = (lon - lonMin) / r;
-        if (!(f >= 0.0f && f <= limit)) continue;
-        if (proj != 5 || IsInsideGlobalMapDomain(lon, labelLat)) DrawLonLabel(dc, psFile, lon, labelLat, r, fontSize, lorg);
-        if (drawGrid) DrawMeridian(dc, psFile, latMin, latMax, lon, kGraticulePoints, 0);
-    }
-    if (dc) ClipVWP(dc, 1);
-    if (psFile) kestrel::psWrite(psFile, "grestore\n%%PS-OBJECT: MapFrame end\n");
+        const float labelLat = LonMapLabelYPos(lonMin, lonMax, latMin, latMax, nearest, nearestAbs, &lorg, proj,
+                                               gProj.centreLon);
+        if (dc) SetLorgVal(dc, lorg);
+        if (psFile) writeLine(psFile, "/lorg %d def\n", lorg);
+        for (int32_t k = lonFirst; k <= lonLast; ++k) {
+            const float lon = static_cast<float>(k) * lonStep + lonOrigin;
+            const float f = (lon - lonMin) / r;
+            if (!(f >= 0.0f && f <= limit)) continue;
+            if (proj != 5 || IsInsideGlobalMapDomain(lon, labelLat)) DrawLonLabel(dc, psFile, lon, labelLat, r, fontSize, lorg);
+            if (drawGrid) DrawMeridian(dc, psFile, latMin, latMax, lon, kGraticulePoints, 0);
+        }
+        if (dc) ClipVWP(dc, 1);
+        if (psFile) kestrel::psWrite(psFile, "grestore\n%%PS-OBJECT: MapFrame end\n");
+    });
 }
 
 }  // extern "C"

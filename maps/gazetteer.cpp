@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "base/guard.h"
 #include "frame/status_text.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
@@ -184,200 +185,210 @@ using namespace kestrel;
 extern "C" {
 
 KESTREL_API void KESTREL_CALL GazetteerFree(Gazetteer *gz) {
-    if (!gz) return;
-    std::free(gz->namePool), gz->namePool = nullptr;
-    std::free(gz->typePool), gz->typePool = nullptr;
-    std::free(gz->markedFeature), gz->markedFeature = nullptr;
-    std::free(gz->selected), gz->selected = nullptr;
-    std::free(gz->markedX), gz->markedX = nullptr;
-    std::free(gz->markedY), gz->markedY = nullptr;
-    std::free(gz->pieces), gz->pieces = nullptr;
-    std::free(gz->nameOffset), gz->nameOffset = nullptr;
-    std::free(gz->typeOffset), gz->typeOffset = nullptr;
-    std::free(gz->firstPoint), gz->firstPoint = nullptr;
-    std::free(gz->pieceEntry), gz->pieceEntry = nullptr;
-    std::free(gz->lon), gz->lon = nullptr;
-    std::free(gz->lat), gz->lat = nullptr;
-    gz->nFeatures = 0;
-    gz->nMarked = 0;
+    return kestrel::guarded<void>("GazetteerFree", [&]() -> void {
+        if (!gz) return;
+        std::free(gz->namePool), gz->namePool = nullptr;
+        std::free(gz->typePool), gz->typePool = nullptr;
+        std::free(gz->markedFeature), gz->markedFeature = nullptr;
+        std::free(gz->selected), gz->selected = nullptr;
+        std::free(gz->markedX), gz->markedX = nullptr;
+        std::free(gz->markedY), gz->markedY = nullptr;
+        std::free(gz->pieces), gz->pieces = nullptr;
+        std::free(gz->nameOffset), gz->nameOffset = nullptr;
+        std::free(gz->typeOffset), gz->typeOffset = nullptr;
+        std::free(gz->firstPoint), gz->firstPoint = nullptr;
+        std::free(gz->pieceEntry), gz->pieceEntry = nullptr;
+        std::free(gz->lon), gz->lon = nullptr;
+        std::free(gz->lat), gz->lat = nullptr;
+        gz->nFeatures = 0;
+        gz->nMarked = 0;
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL GazetteerLoad(const char *path, Gazetteer *gz) {
-    if (!gz) return 0;
-    const std::string typeFilter = field(gz->typeFilter, sizeof gz->typeFilter);
-    const std::string nameFilter = field(gz->nameFilter, sizeof gz->nameFilter);
-    const bool byType = !typeFilter.empty() && typeFilter != "<any>";
-    const bool byName = !nameFilter.empty();
-    StatusText status("Loading gazetteer ...");
-    GazetteerFree(gz);
-    if (!path) return 0;
-    std::FILE *f = std::fopen(path, "rb");
-    if (!f) return 0;
-    // Lines in the file, as far as it reaches when opened.
-    long lines = 0;
-    for (int c; (c = std::getc(f)) != EOF;) lines += c == '\n';
-    const long n = lines - 10;
-    if (n < 1 || n > 100000000) {
-        std::fclose(f);
-        return 0;
-    }
-    std::rewind(f);
-    const size_t cn = static_cast<size_t>(n);
-    size_t nameCap = 11 * cn + 80, typeCap = 7 * cn + 40, pointCap = 4 * cn + 16, pieceCap = 3 * cn + 16;
-    gz->nameOffset = static_cast<int32_t *>(std::malloc(cn * sizeof(int32_t)));
-    gz->typeOffset = static_cast<int32_t *>(std::malloc(cn * sizeof(int32_t)));
-    gz->firstPoint = static_cast<int32_t *>(std::malloc(cn * sizeof(int32_t)));
-    gz->pieceEntry = static_cast<int32_t *>(std::malloc(cn * sizeof(int32_t)));
-    gz->selected = static_cast<uint8_t *>(std::malloc(cn));
-    gz->namePool = static_cast<char *>(std::malloc(nameCap));
-    gz->typePool = static_cast<char *>(std::malloc(typeCap));
-    gz->lon = static_cast<float *>(std::malloc(pointCap * sizeof(float)));
-    gz->lat = static_cast<float *>(std::malloc(pointCap * sizeof(float)));
-    gz->pieces = static_cast<int16_t *>(std::malloc(pieceCap * sizeof(int16_t)));
-    char *line = static_cast<char *>(std::malloc(kMaxLine + 1));
-    auto fail = [&] {
+    return kestrel::guarded<int32_t>("GazetteerLoad", [&]() -> int32_t {
+        if (!gz) return 0;
+        const std::string typeFilter = field(gz->typeFilter, sizeof gz->typeFilter);
+        const std::string nameFilter = field(gz->nameFilter, sizeof gz->nameFilter);
+        const bool byType = !typeFilter.empty() && typeFilter != "<any>";
+        const bool byName = !nameFilter.empty();
+        StatusText status("Loading gazetteer ...");
+        GazetteerFree(gz);
+        if (!path) return 0;
+        std::FILE *f = std::fopen(path, "rb");
+        if (!f) return 0;
+        // Lines in the file, as far as it reaches when opened.
+        long lines = 0;
+        for (int c; (c = std::getc(f)) != EOF;) lines += c == '\n';
+        const long n = lines - 10;
+        if (n < 1 || n > 100000000) {
+            std::fclose(f);
+            return 0;
+        }
+        std::rewind(f);
+        const size_t cn = static_cast<size_t>(n);
+        size_t nameCap = 11 * cn + 80, typeCap = 7 * cn + 40, pointCap = 4 * cn + 16, pieceCap = 3 * cn + 16;
+        gz->nameOffset = static_cast<int32_t *>(std::malloc(cn * sizeof(int32_t)));
+        gz->typeOffset = static_cast<int32_t *>(std::malloc(cn * sizeof(int32_t)));
+        gz->firstPoint = static_cast<int32_t *>(std::malloc(cn * sizeof(int32_t)));
+        gz->pieceEntry = static_cast<int32_t *>(std::malloc(cn * sizeof(int32_t)));
+        gz->selected = static_cast<uint8_t *>(std::malloc(cn));
+        gz->namePool = static_cast<char *>(std::malloc(nameCap));
+        gz->typePool = static_cast<char *>(std::malloc(typeCap));
+        gz->lon = static_cast<float *>(std::malloc(pointCap * sizeof(float)));
+        gz->lat = static_cast<float *>(std::malloc(pointCap * sizeof(float)));
+        gz->pieces = static_cast<int16_t *>(std::malloc(pieceCap * sizeof(int16_t)));
+        char *line = static_cast<char *>(std::malloc(kMaxLine + 1));
+        auto fail = [&] {
+            std::free(line);
+            std::fclose(f);
+            GazetteerFree(gz);
+            return 0;
+        };
+        if (!gz->nameOffset || !gz->typeOffset || !gz->firstPoint || !gz->pieceEntry || !gz->selected || !gz->namePool ||
+            !gz->typePool || !gz->lon || !gz->lat || !gz->pieces || !line)
+            return fail();
+        // The header, then the preamble up to the column header.
+        if (!std::fgets(line, static_cast<int>(kMaxLine + 1), f)) return fail();
+        line[std::strcspn(line, ":\r\n")] = '\0';
+        if (std::strcmp(line, "% GZT01") != 0) return fail();
+        bool header = false;
+        while (!header && std::fgets(line, static_cast<int>(kMaxLine + 1), f)) header = std::strstr(line, "Feature;");
+        if (!header) return fail();
+        size_t nameUsed = 0, typeUsed = 0, points = 0, pieceUsed = 0;
+        int32_t count = 0;
+        std::vector<char *> fields;
+        fields.reserve(kMaxFields);
+        while (count < n && std::fgets(line, static_cast<int>(kMaxLine + 1), f)) {
+            // A line longer than the buffer: the rest is not a feature.
+            if (!std::strchr(line, '\n') && !std::feof(f)) {
+                for (int c; (c = std::getc(f)) != EOF && c != '\n';) {
+                }
+            }
+            line[std::strcspn(line, "\r\n")] = '\0';
+            fields.clear();
+            for (char *p = line; fields.size() < kMaxFields;) {
+                fields.push_back(p);
+                char *semi = std::strchr(p, ';');
+                if (!semi) break;
+                *semi = '\0';
+                p = semi + 1;
+            }
+            const char *name = fields[0];
+            const char *type = fields.size() > 1 ? fields[1] : "";
+            // Pieces: a count, then its pairs; the first field that is not a
+            // count ends them.
+            std::vector<int32_t> counts;
+            size_t k = 2, featurePoints = 0;
+            int c = 0;
+            while (k < fields.size() && readsInt(fields[k], &c) && c >= 0 && counts.size() < 32766) {
+                const size_t room = (fields.size() - k - 1) / 2;
+                const size_t take = std::min<size_t>(static_cast<size_t>(c), room);
+                counts.push_back(static_cast<int32_t>(take));
+                featurePoints += take;
+                if (take < static_cast<size_t>(c)) break;  // more pairs claimed than the line holds
+                k += 1 + 2 * take;
+            }
+            const size_t nameLen = std::strlen(name) + 1, typeLen = std::strlen(type) + 1;
+            if (!grow(&gz->namePool, &nameCap, nameUsed + nameLen, 4096) ||
+                !grow(&gz->typePool, &typeCap, typeUsed + typeLen, 1024) ||
+                !grow(&gz->pieces, &pieceCap, pieceUsed + counts.size() + 1, 1024) ||
+                !growPoints(gz, &pointCap, points + featurePoints)) {
+                return fail();
+            }
+            std::memcpy(gz->namePool + nameUsed, name, nameLen);
+            std::memcpy(gz->typePool + typeUsed, type, typeLen);
+            gz->nameOffset[count] = static_cast<int32_t>(nameUsed);
+            gz->typeOffset[count] = static_cast<int32_t>(typeUsed);
+            gz->firstPoint[count] = static_cast<int32_t>(points);
+            gz->pieceEntry[count] = static_cast<int32_t>(pieceUsed);
+            nameUsed += nameLen;
+            typeUsed += typeLen;
+            const std::string lname = lower(name), ltype = lower(type);
+            gz->selected[count] = (!byName || lname.find(nameFilter) != std::string::npos) &&
+                                  (!byType || ltype.find(typeFilter) != std::string::npos);
+            gz->pieces[pieceUsed++] = static_cast<int16_t>(counts.size());
+            size_t at = 2;
+            for (int32_t pc : counts) {
+                gz->pieces[pieceUsed++] = static_cast<int16_t>(std::min(pc, 32767));
+                for (int32_t q = 0; q < pc; ++q) {
+                    gz->lon[points] = readFloat(fields[at + 1 + 2 * static_cast<size_t>(q)]);
+                    gz->lat[points] = readFloat(fields[at + 2 + 2 * static_cast<size_t>(q)]);
+                    ++points;
+                }
+                at += 1 + 2 * static_cast<size_t>(pc);
+            }
+            ++count;
+        }
         std::free(line);
         std::fclose(f);
-        GazetteerFree(gz);
-        return 0;
-    };
-    if (!gz->nameOffset || !gz->typeOffset || !gz->firstPoint || !gz->pieceEntry || !gz->selected || !gz->namePool ||
-        !gz->typePool || !gz->lon || !gz->lat || !gz->pieces || !line)
-        return fail();
-    // The header, then the preamble up to the column header.
-    if (!std::fgets(line, static_cast<int>(kMaxLine + 1), f)) return fail();
-    line[std::strcspn(line, ":\r\n")] = '\0';
-    if (std::strcmp(line, "% GZT01") != 0) return fail();
-    bool header = false;
-    while (!header && std::fgets(line, static_cast<int>(kMaxLine + 1), f)) header = std::strstr(line, "Feature;");
-    if (!header) return fail();
-    size_t nameUsed = 0, typeUsed = 0, points = 0, pieceUsed = 0;
-    int32_t count = 0;
-    std::vector<char *> fields;
-    fields.reserve(kMaxFields);
-    while (count < n && std::fgets(line, static_cast<int>(kMaxLine + 1), f)) {
-        // A line longer than the buffer: the rest is not a feature.
-        if (!std::strchr(line, '\n') && !std::feof(f)) {
-            for (int c; (c = std::getc(f)) != EOF && c != '\n';) {
-            }
+        if (count == 0) {
+            GazetteerFree(gz);
+            return 0;
         }
-        line[std::strcspn(line, "\r\n")] = '\0';
-        fields.clear();
-        for (char *p = line; fields.size() < kMaxFields;) {
-            fields.push_back(p);
-            char *semi = std::strchr(p, ';');
-            if (!semi) break;
-            *semi = '\0';
-            p = semi + 1;
+        // The recorded screen points: each point at most twice (the second pass).
+        const size_t marks = 2 * points + 1;
+        gz->markedFeature = static_cast<int32_t *>(std::malloc(marks * sizeof(int32_t)));
+        gz->markedX = static_cast<uint16_t *>(std::malloc(marks * sizeof(uint16_t)));
+        gz->markedY = static_cast<uint16_t *>(std::malloc(marks * sizeof(uint16_t)));
+        if (!gz->markedFeature || !gz->markedX || !gz->markedY) {
+            GazetteerFree(gz);
+            return 0;
         }
-        const char *name = fields[0];
-        const char *type = fields.size() > 1 ? fields[1] : "";
-        // Pieces: a count, then its pairs; the first field that is not a
-        // count ends them.
-        std::vector<int32_t> counts;
-        size_t k = 2, featurePoints = 0;
-        int c = 0;
-        while (k < fields.size() && readsInt(fields[k], &c) && c >= 0 && counts.size() < 32766) {
-            const size_t room = (fields.size() - k - 1) / 2;
-            const size_t take = std::min<size_t>(static_cast<size_t>(c), room);
-            counts.push_back(static_cast<int32_t>(take));
-            featurePoints += take;
-            if (take < static_cast<size_t>(c)) break;  // more pairs claimed than the line holds
-            k += 1 + 2 * take;
-        }
-        const size_t nameLen = std::strlen(name) + 1, typeLen = std::strlen(type) + 1;
-        if (!grow(&gz->namePool, &nameCap, nameUsed + nameLen, 4096) ||
-            !grow(&gz->typePool, &typeCap, typeUsed + typeLen, 1024) ||
-            !grow(&gz->pieces, &pieceCap, pieceUsed + counts.size() + 1, 1024) ||
-            !growPoints(gz, &pointCap, points + featurePoints)) {
-            return fail();
-        }
-        std::memcpy(gz->namePool + nameUsed, name, nameLen);
-        std::memcpy(gz->typePool + typeUsed, type, typeLen);
-        gz->nameOffset[count] = static_cast<int32_t>(nameUsed);
-        gz->typeOffset[count] = static_cast<int32_t>(typeUsed);
-        gz->firstPoint[count] = static_cast<int32_t>(points);
-        gz->pieceEntry[count] = static_cast<int32_t>(pieceUsed);
-        nameUsed += nameLen;
-        typeUsed += typeLen;
-        const std::string lname = lower(name), ltype = lower(type);
-        gz->selected[count] = (!byName || lname.find(nameFilter) != std::string::npos) &&
-                              (!byType || ltype.find(typeFilter) != std::string::npos);
-        gz->pieces[pieceUsed++] = static_cast<int16_t>(counts.size());
-        size_t at = 2;
-        for (int32_t pc : counts) {
-            gz->pieces[pieceUsed++] = static_cast<int16_t>(std::min(pc, 32767));
-            for (int32_t q = 0; q < pc; ++q) {
-                gz->lon[points] = readFloat(fields[at + 1 + 2 * static_cast<size_t>(q)]);
-                gz->lat[points] = readFloat(fields[at + 2 + 2 * static_cast<size_t>(q)]);
-                ++points;
-            }
-            at += 1 + 2 * static_cast<size_t>(pc);
-        }
-        ++count;
-    }
-    std::free(line);
-    std::fclose(f);
-    if (count == 0) {
-        GazetteerFree(gz);
-        return 0;
-    }
-    // The recorded screen points: each point at most twice (the second pass).
-    const size_t marks = 2 * points + 1;
-    gz->markedFeature = static_cast<int32_t *>(std::malloc(marks * sizeof(int32_t)));
-    gz->markedX = static_cast<uint16_t *>(std::malloc(marks * sizeof(uint16_t)));
-    gz->markedY = static_cast<uint16_t *>(std::malloc(marks * sizeof(uint16_t)));
-    if (!gz->markedFeature || !gz->markedX || !gz->markedY) {
-        GazetteerFree(gz);
-        return 0;
-    }
-    gz->nFeatures = count;
-    gz->nMarked = 0;
-    std::snprintf(gz->fileName, sizeof gz->fileName, "%s", path);
-    return count;
+        gz->nFeatures = count;
+        gz->nMarked = 0;
+        std::snprintf(gz->fileName, sizeof gz->fileName, "%s", path);
+        return count;
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL GazetteerDrawFeaturePiece(KDC dc, const float *lon, const float *lat, int32_t n,
                                                            int32_t firstSlot, float shift, float lonMin, float lonMax,
                                                            float latMin, float latMax, int32_t offsetFlag,
                                                            int32_t markSize) {
-    return drawPiece(dc, lon, lat, n, firstSlot, shift, lonMin, lonMax, latMin, latMax, offsetFlag, markSize);
+    return kestrel::guarded<int32_t>("GazetteerDrawFeaturePiece", [&]() -> int32_t {
+        return drawPiece(dc, lon, lat, n, firstSlot, shift, lonMin, lonMax, latMin, latMax, offsetFlag, markSize);
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL GazetteerDrawFeature(KDC dc, int32_t feature, Gazetteer *gz, float lonMin,
                                                       float lonMax, float latMin, float latMax, int32_t offsetFlag) {
-    return gz ? drawFeature(dc, feature, *gz, lonMin, lonMax, latMin, latMax, offsetFlag, 0) : 0;
+    return kestrel::guarded<int32_t>("GazetteerDrawFeature", [&]() -> int32_t {
+        return gz ? drawFeature(dc, feature, *gz, lonMin, lonMax, latMin, latMax, offsetFlag, 0) : 0;
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL GazetteerMarkFeatures(KDC dc, Gazetteer *gz, float lonMin, float lonMax, float latMin,
                                                        float latMax) {
-    if (!gz) return 0;
-    gz->nMarked = 0;
-    if (gz->nFeatures < 1 || !gz->selected || !gz->markedX || !gz->markedY || !gz->markedFeature) return 0;
-    KPALETTE previous = dc ? ActivateMyPalette(dc) : nullptr;
-    StatusText status("Drawing gazetteer features ...");
-    const double size = static_cast<double>(VX.pixPerLength) * gz->markSize * 0.1;
-    const int32_t mark = size >= 1.0 && size < 1000.0 ? static_cast<int32_t>(size) : (size >= 1000.0 ? 1000 : 1);
-    gz->markWidth = gz->markHeight = mark;
-    SetColor(gz->colour);
-    if (dc) plat::selectObject(dc, plat::createPen(plat::PenSolid, 1, mCGS.color));
-    const int32_t capacity = 2 * totalPoints(*gz) + 1;
-    int32_t marked = 0;
-    for (int32_t f = 0; f < gz->nFeatures; ++f) {
-        if (!gz->selected[f]) continue;
-        const int32_t drawn = drawFeature(dc, f, *gz, lonMin, lonMax, latMin, latMax, 0, 0);
-        for (int32_t k = 0; k < drawn && marked < capacity && k < GAZETTEER_MAX_POINTS; ++k, ++marked) {
-            gz->markedX[marked] = gPointX[k];
-            gz->markedY[marked] = gPointY[k];
-            gz->markedFeature[marked] = f;
+    return kestrel::guarded<int32_t>("GazetteerMarkFeatures", [&]() -> int32_t {
+        if (!gz) return 0;
+        gz->nMarked = 0;
+        if (gz->nFeatures < 1 || !gz->selected || !gz->markedX || !gz->markedY || !gz->markedFeature) return 0;
+        KPALETTE previous = dc ? ActivateMyPalette(dc) : nullptr;
+        StatusText status("Drawing gazetteer features ...");
+        const double size = static_cast<double>(VX.pixPerLength) * gz->markSize * 0.1;
+        const int32_t mark = size >= 1.0 && size < 1000.0 ? static_cast<int32_t>(size) : (size >= 1000.0 ? 1000 : 1);
+        gz->markWidth = gz->markHeight = mark;
+        SetColor(gz->colour);
+        if (dc) plat::selectObject(dc, plat::createPen(plat::PenSolid, 1, mCGS.color));
+        const int32_t capacity = 2 * totalPoints(*gz) + 1;
+        int32_t marked = 0;
+        for (int32_t f = 0; f < gz->nFeatures; ++f) {
+            if (!gz->selected[f]) continue;
+            const int32_t drawn = drawFeature(dc, f, *gz, lonMin, lonMax, latMin, latMax, 0, 0);
+            for (int32_t k = 0; k < drawn && marked < capacity && k < GAZETTEER_MAX_POINTS; ++k, ++marked) {
+                gz->markedX[marked] = gPointX[k];
+                gz->markedY[marked] = gPointY[k];
+                gz->markedFeature[marked] = f;
+            }
         }
-    }
-    if (dc) {
-        RestorePen(dc, "GazetteerMarkFeatures");
-        RestorePalette(dc, previous, "GazetteerMarkFeatures");
-    }
-    gz->nMarked = marked;
-    return marked;
+        if (dc) {
+            RestorePen(dc, "GazetteerMarkFeatures");
+            RestorePalette(dc, previous, "GazetteerMarkFeatures");
+        }
+        gz->nMarked = marked;
+        return marked;
+    });
 }
 
 }  // extern "C"

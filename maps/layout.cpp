@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "base/guard.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
 #include "kestrel/maps.h"
@@ -143,164 +144,176 @@ KESTREL_API int32_t KESTREL_CALL AdjustMapLayout(float *xMin, float *xMax, float
                                                  float *lonMax, float *centreLon, float *latMin, float *latMax,
                                                  float *centreLat, int32_t projCode, float areaWidth, float areaX,
                                                  float areaHeight, float areaY) {
-    if (!xMin || !xMax || !width || !xOffset || !yMin || !yMax || !height || !yOffset || !lonMin || !lonMax ||
-        !centreLon || !latMin || !latMax || !centreLat)
-        return 0;
-    proj = projCode;
-    gProj.centreLon = *centreLon;
-    gProj.centreLat = *centreLat;
-    bool changed = false;
-    const double c = *centreLon;
-    switch (projCode) {
-    case 1:
-        changed |= trimBelow(*latMin, 0.1f);
-        changed |= trimBelow(*latMax, 0.1f);
-        if (*latMax == *latMin) {  // nothing left of the range: take the whole cap
-            *lonMin = static_cast<float>(c - 180.0);
-            *lonMax = static_cast<float>(c + 180.0);
-            *latMin = 0.1f;
-            *latMax = 90.0f;
-            changed = true;
-        }
-        break;
-    case 3:
-        changed |= trimAbove(*latMin, -0.1f);
-        changed |= trimAbove(*latMax, -0.1f);
-        if (*latMax == *latMin) {
-            *lonMin = static_cast<float>(c - 180.0);
-            *lonMax = static_cast<float>(c + 180.0);
-            *latMin = -90.0f;
-            *latMax = -0.1f;
-            changed = true;
-        }
-        break;
-    case 2:
-        changed |= trimBelow(*lonMin, static_cast<float>(c - 89.99));
-        changed |= trimAbove(*lonMax, static_cast<float>(c + 89.99));
-        break;
-    case 4:
-    case 6:
-        changed |= trimBelow(*lonMin, static_cast<float>(c - 179.99));
-        changed |= trimAbove(*lonMax, static_cast<float>(c + 179.99));
-        break;
-    default: break;
-    }
-    if (projCode == 5) {
-        changed = SetupGenOrthoProj(lonMin, lonMax, centreLon, latMin, latMax, centreLat) != 0;
-    } else {
-        changed |= CheckMapDomain(lonMin, lonMax, latMin, latMax) != 0;
-        *centreLon = static_cast<float>((static_cast<double>(*lonMin) + *lonMax) * 0.5);
+    return kestrel::guarded<int32_t>("AdjustMapLayout", [&]() -> int32_t {
+        if (!xMin || !xMax || !width || !xOffset || !yMin || !yMax || !height || !yOffset || !lonMin || !lonMax ||
+            !centreLon || !latMin || !latMax || !centreLat)
+            return 0;
+        proj = projCode;
         gProj.centreLon = *centreLon;
-        gProj.mapDomain[0] = *lonMin;
-        gProj.mapDomain[1] = *lonMax;
-        gProj.mapDomain[2] = *latMin;
-        gProj.mapDomain[3] = *latMax;
-    }
+        gProj.centreLat = *centreLat;
+        bool changed = false;
+        const double c = *centreLon;
+        switch (projCode) {
+        case 1:
+            changed |= trimBelow(*latMin, 0.1f);
+            changed |= trimBelow(*latMax, 0.1f);
+            if (*latMax == *latMin) {  // nothing left of the range: take the whole cap
+                *lonMin = static_cast<float>(c - 180.0);
+                *lonMax = static_cast<float>(c + 180.0);
+                *latMin = 0.1f;
+                *latMax = 90.0f;
+                changed = true;
+            }
+            break;
+        case 3:
+            changed |= trimAbove(*latMin, -0.1f);
+            changed |= trimAbove(*latMax, -0.1f);
+            if (*latMax == *latMin) {
+                *lonMin = static_cast<float>(c - 180.0);
+                *lonMax = static_cast<float>(c + 180.0);
+                *latMin = -90.0f;
+                *latMax = -0.1f;
+                changed = true;
+            }
+            break;
+        case 2:
+            changed |= trimBelow(*lonMin, static_cast<float>(c - 89.99));
+            changed |= trimAbove(*lonMax, static_cast<float>(c + 89.99));
+            break;
+        case 4:
+        case 6:
+            changed |= trimBelow(*lonMin, static_cast<float>(c - 179.99));
+            changed |= trimAbove(*lonMax, static_cast<float>(c + 179.99));
+            break;
+        default: break;
+        }
+        if (projCode == 5) {
+            changed = SetupGenOrthoProj(lonMin, lonMax, centreLon, latMin, latMax, centreLat) != 0;
+        } else {
+            changed |= CheckMapDomain(lonMin, lonMax, latMin, latMax) != 0;
+            *centreLon = static_cast<float>((static_cast<double>(*lonMin) + *lonMax) * 0.5);
+            gProj.centreLon = *centreLon;
+            gProj.mapDomain[0] = *lonMin;
+            gProj.mapDomain[1] = *lonMax;
+            gProj.mapDomain[2] = *latMin;
+            gProj.mapDomain[3] = *latMax;
+        }
 
-    double w = 0, h = 0;
-    if (proj >= 1 && proj < kProjectionCount) {
-        GetMapProjBB(*lonMin, *lonMax, *latMin, *latMax, xMin, xMax, yMin, yMax);
-        w = std::fabs(static_cast<double>(*xMax) - *xMin);
-        h = std::fabs(static_cast<double>(*yMax) - *yMin);
-    } else {
-        *xMin = *lonMin;
-        *xMax = *lonMax;
-        *yMin = *latMin;
-        *yMax = *latMax;
-        // Degrees of longitude are shorter than degrees of latitude by the
-        // cosine of the latitude: the unprojected map keeps its middle true.
-        w = std::cos((static_cast<double>(*latMax) + *latMin) * 0.00872665) * std::fabs(static_cast<double>(*xMax) - *xMin);
-        h = std::fabs(static_cast<double>(*yMax) - *yMin);
-    }
-    // An empty extent gives no scale of its own; a map with no extent at all
-    // gets no area.
-    double s = 0;
-    if (w > 0 && h > 0) s = std::fmin(areaWidth / w, areaHeight / h);
-    else if (w > 0) s = areaWidth / w;
-    else if (h > 0) s = areaHeight / h;
-    if (!std::isfinite(s) || s < 0) s = 0;
-    *width = static_cast<float>(s * w);
-    *height = static_cast<float>(s * h);
-    *xOffset = static_cast<float>((static_cast<double>(areaWidth) - *width) * 0.5 + areaX);
-    *yOffset = static_cast<float>((static_cast<double>(areaHeight) - *height) * 0.5 + areaY);
-    return changed ? 1 : 0;
+        double w = 0, h = 0;
+        if (proj >= 1 && proj < kProjectionCount) {
+            GetMapProjBB(*lonMin, *lonMax, *latMin, *latMax, xMin, xMax, yMin, yMax);
+            w = std::fabs(static_cast<double>(*xMax) - *xMin);
+            h = std::fabs(static_cast<double>(*yMax) - *yMin);
+        } else {
+            *xMin = *lonMin;
+            *xMax = *lonMax;
+            *yMin = *latMin;
+            *yMax = *latMax;
+            // Degrees of longitude are shorter than degrees of latitude by the
+            // cosine of the latitude: the unprojected map keeps its middle true.
+            w = std::cos((static_cast<double>(*latMax) + *latMin) * 0.00872665) * std::fabs(static_cast<double>(*xMax) - *xMin);
+            h = std::fabs(static_cast<double>(*yMax) - *yMin);
+        }
+        // An empty extent gives no scale of its own; a map with no extent at all
+        // gets no area.
+        double s = 0;
+        if (w > 0 && h > 0) s = std::fmin(areaWidth / w, areaHeight / h);
+        else if (w > 0) s = areaWidth / w;
+        else if (h > 0) s = areaHeight / h;
+        if (!std::isfinite(s) || s < 0) s = 0;
+        *width = static_cast<float>(s * w);
+        *height = static_cast<float>(s * h);
+        *xOffset = static_cast<float>((static_cast<double>(areaWidth) - *width) * 0.5 + areaX);
+        *yOffset = static_cast<float>((static_cast<double>(areaHeight) - *height) * 0.5 + areaY);
+        return changed ? 1 : 0;
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL IsInsideGlobalMapDomain(float lon, float lat) {
-    if (proj != 5) return 1;
-    const double t = static_cast<double>(lat) + 90.0;
-    if (!(t >= 0.0) || !(t < 181.0)) return 0;  // off the sphere (or NaN)
-    const int i = static_cast<int>(t);
-    return std::fabs(static_cast<double>(lon) - gProj.centreLon) <= gProj.lonVisTable[i] ? 1 : 0;
+    return kestrel::guarded<int32_t>("IsInsideGlobalMapDomain", [&]() -> int32_t {
+        if (proj != 5) return 1;
+        const double t = static_cast<double>(lat) + 90.0;
+        if (!(t >= 0.0) || !(t < 181.0)) return 0;  // off the sphere (or NaN)
+        const int i = static_cast<int>(t);
+        return std::fabs(static_cast<double>(lon) - gProj.centreLon) <= gProj.lonVisTable[i] ? 1 : 0;
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL IsInsideMapDomain(float lon, float lat) {
-    const float *d = gProj.mapDomain;
-    if (!(lon >= d[0] && lon <= d[1] && lat >= d[2] && lat <= d[3])) return 0;
-    return IsInsideGlobalMapDomain(lon, lat);
+    return kestrel::guarded<int32_t>("IsInsideMapDomain", [&]() -> int32_t {
+        const float *d = gProj.mapDomain;
+        if (!(lon >= d[0] && lon <= d[1] && lat >= d[2] && lat <= d[3])) return 0;
+        return IsInsideGlobalMapDomain(lon, lat);
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL ConstructMapClipPath(float *x, float *y, int32_t maxPoints, int32_t projCode,
                                                       float lonMin, float lonMax, float latMin, float latMax) {
-    return clipOutline(x, y, maxPoints, projCode, lonMin, lonMax, latMin, latMax);
+    return kestrel::guarded<int32_t>("ConstructMapClipPath", [&]() -> int32_t {
+        return clipOutline(x, y, maxPoints, projCode, lonMin, lonMax, latMin, latMax);
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL ClipMapWindow(KDC dc, KFILE psFile, float lonMin, float lonMax, float latMin,
                                                float latMax, float uxMin, float uxMax, float pxMin, float pxMax,
                                                float uyMin, float uyMax, float pyMin, float pyMax,
                                                int32_t drawOutline) {
-    const MapUserSys u{uxMin, uxMax, pxMin, pxMax, uyMin, uyMax, pyMin, pyMax};
-    // A coarse screen needs fewer outline points than paper.
-    const int32_t budget = (dc && VX.pixPerLength < 90.0f) ? 181 : kMapOutlinePoints;
-    float x[kMapOutlinePoints], y[kMapOutlinePoints];
-    const int32_t n = clipOutline(x, y, budget, proj, lonMin, lonMax, latMin, latMax);
-    const bool stroke = proj >= 1 && drawOutline != 0;
-    long result = 0;
-    if (dc) {
-        if (stroke) {
-            SetColor(0);
-            strokeOutlineOnScreen(dc, x, y, n, 2, "ClipMapWindow");
+    return kestrel::guarded<int32_t>("ClipMapWindow", [&]() -> int32_t {
+        const MapUserSys u{uxMin, uxMax, pxMin, pxMax, uyMin, uyMax, pyMin, pyMax};
+        // A coarse screen needs fewer outline points than paper.
+        const int32_t budget = (dc && VX.pixPerLength < 90.0f) ? 181 : kMapOutlinePoints;
+        float x[kMapOutlinePoints], y[kMapOutlinePoints];
+        const int32_t n = clipOutline(x, y, budget, proj, lonMin, lonMax, latMin, latMax);
+        const bool stroke = proj >= 1 && drawOutline != 0;
+        long result = 0;
+        if (dc) {
+            if (stroke) {
+                SetColor(0);
+                strokeOutlineOnScreen(dc, x, y, n, 2, "ClipMapWindow");
+            }
+            KPoint32 pts[kMapOutlinePoints];
+            for (int32_t i = 0; i < n; ++i) {
+                pts[i].x = xPixel(x[i]);
+                pts[i].y = yPixel(y[i]);
+            }
+            result = plat::clipPolygon(dc, pts, n, plat::FillAlternate) ? 1 : 0;
         }
-        KPoint32 pts[kMapOutlinePoints];
-        for (int32_t i = 0; i < n; ++i) {
-            pts[i].x = xPixel(x[i]);
-            pts[i].y = yPixel(y[i]);
+        if (psFile) {
+            kestrel::psWrite(psFile, "\n%%PS-OBJECT: MapClipPath begin\n");
+            writeTempUsrSys(psFile, u);
+            toMapPSUnits(u, x, y, n);
+            DrawPoly(nullptr, psFile, x, y, n, 0, 0);
+            if (stroke) {
+                char line[64];
+                std::snprintf(line, sizeof line, "gsave %s stroke grestore\n", szPSlWidth[2]);
+                kestrel::psWrite(psFile, line);
+            }
+            writeMapUsrSys(psFile, u, "clip\n");
+            result = kestrel::psWrite(psFile, "%%PS-OBJECT: MapClipPath end\n\n");
         }
-        result = plat::clipPolygon(dc, pts, n, plat::FillAlternate) ? 1 : 0;
-    }
-    if (psFile) {
-        kestrel::psWrite(psFile, "\n%%PS-OBJECT: MapClipPath begin\n");
-        writeTempUsrSys(psFile, u);
-        toMapPSUnits(u, x, y, n);
-        DrawPoly(nullptr, psFile, x, y, n, 0, 0);
-        if (stroke) {
-            char line[64];
-            std::snprintf(line, sizeof line, "gsave %s stroke grestore\n", szPSlWidth[2]);
-            kestrel::psWrite(psFile, line);
-        }
-        writeMapUsrSys(psFile, u, "clip\n");
-        result = kestrel::psWrite(psFile, "%%PS-OBJECT: MapClipPath end\n\n");
-    }
-    return static_cast<int32_t>(result);
+        return static_cast<int32_t>(result);
+    });
 }
 
 KESTREL_API void KESTREL_CALL StrokeMapClippingPath(KDC dc, KFILE psFile, int32_t widthIndex, float lonMin,
                                                     float lonMax, float latMin, float latMax, float uxMin,
                                                     float uxMax, float pxMin, float pxMax, float uyMin, float uyMax,
                                                     float pyMin, float pyMax) {
-    const MapUserSys u{uxMin, uxMax, pxMin, pxMax, uyMin, uyMax, pyMin, pyMax};
-    float x[kMapOutlinePoints], y[kMapOutlinePoints];
-    const int32_t n = clipOutline(x, y, kMapOutlinePoints, proj, lonMin, lonMax, latMin, latMax);
-    if (dc) strokeOutlineOnScreen(dc, x, y, n, widthIndex, "StrokeMapClippingPath");
-    if (psFile) {
-        writeTempUsrSys(psFile, u);
-        toMapPSUnits(u, x, y, n);
-        DrawPoly(nullptr, psFile, x, y, n, 0, 0);
-        char line[64];
-        std::snprintf(line, sizeof line, "gsave %s stroke grestore\n", widthName(widthIndex));
-        kestrel::psWrite(psFile, line);
-        writeMapUsrSys(psFile, u, "");
-    }
+    return kestrel::guarded<void>("StrokeMapClippingPath", [&]() -> void {
+        const MapUserSys u{uxMin, uxMax, pxMin, pxMax, uyMin, uyMax, pyMin, pyMax};
+        float x[kMapOutlinePoints], y[kMapOutlinePoints];
+        const int32_t n = clipOutline(x, y, kMapOutlinePoints, proj, lonMin, lonMax, latMin, latMax);
+        if (dc) strokeOutlineOnScreen(dc, x, y, n, widthIndex, "StrokeMapClippingPath");
+        if (psFile) {
+            writeTempUsrSys(psFile, u);
+            toMapPSUnits(u, x, y, n);
+            DrawPoly(nullptr, psFile, x, y, n, 0, 0);
+            char line[64];
+            std::snprintf(line, sizeof line, "gsave %s stroke grestore\n", widthName(widthIndex));
+            kestrel::psWrite(psFile, line);
+            writeMapUsrSys(psFile, u, "");
+        }
+    });
 }
 
 }  // extern "C"

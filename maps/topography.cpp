@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 
+#include "base/guard.h"
 #include "kestrel/topography.h"
 #include "platform/platform.h"
 
@@ -41,41 +42,47 @@ int64_t trunc64(double v) {
 extern "C" {
 
 KESTREL_API KFILE KESTREL_CALL OpenEtopoFileEx(const char *fileName, EtopoHeader *header) {
-    if (!fileName || !header) return nullptr;
-    KFILE f = kestrel::plat::fileOpenReadExclusive(fileName);
-    if (!f) return nullptr;
-    unsigned char raw[32];
-    if (kestrel::plat::fileRead(f, raw, 32) != 32 || std::memcmp(raw, "ETOPO01", 8) != 0) {
-        kestrel::plat::fileClose(f);
-        return nullptr;
-    }
-    std::memcpy(header, raw, 32);  // the record is the header's bytes in file order
-    return f;
+    return kestrel::guarded<KFILE>("OpenEtopoFileEx", [&]() -> KFILE {
+        if (!fileName || !header) return nullptr;
+        KFILE f = kestrel::plat::fileOpenReadExclusive(fileName);
+        if (!f) return nullptr;
+        unsigned char raw[32];
+        if (kestrel::plat::fileRead(f, raw, 32) != 32 || std::memcmp(raw, "ETOPO01", 8) != 0) {
+            kestrel::plat::fileClose(f);
+            return nullptr;
+        }
+        std::memcpy(header, raw, 32);  // the record is the header's bytes in file order
+        return f;
+    });
 }
 
 KESTREL_API int16_t KESTREL_CALL GetEtopoHeight(KFILE file, float lon, float lat) {
-    const double x = wrapLongitude(lon);
-    double y = lat;
-    if (y <= kSouth5) y = kSouth5;
-    if (y >= 90.0) y = 90.0;
-    const int64_t r = -trunc64(-12.0 * (y - kSouth5));
-    const int64_t c = trunc64(12.0 * x);
-    return readValue(file, 4320 * r + c, 0);
+    return kestrel::guarded<int16_t>("GetEtopoHeight", [&]() -> int16_t {
+        const double x = wrapLongitude(lon);
+        double y = lat;
+        if (y <= kSouth5) y = kSouth5;
+        if (y >= 90.0) y = 90.0;
+        const int64_t r = -trunc64(-12.0 * (y - kSouth5));
+        const int64_t c = trunc64(12.0 * x);
+        return readValue(file, 4320 * r + c, 0);
+    });
 }
 
 KESTREL_API int16_t KESTREL_CALL GetEtopoHeightEx(KFILE file, EtopoHeader header, float lon, float lat) {
-    const double south = static_cast<double>(header.south90) - 90.0;
-    const double x = wrapLongitude(lon);
-    double y = lat;
-    if (y <= south) y = south;
-    if (y >= 90.0) y = 90.0;
-    const int64_t r = trunc64((y - south) * header.rowsPerDegree);
-    const int64_t c = trunc64(static_cast<double>(header.columnsPerDegree) * x);
-    const int64_t rowLength = header.rowLength;
-    // An offset past 2^50 bytes is in no file; a header claiming one reads nothing.
-    constexpr int64_t kFar = int64_t{1} << 50;
-    if (r < 0 || c < 0 || rowLength < 0 || c > kFar || (rowLength > 0 && r > kFar / rowLength)) return 0;
-    return readValue(file, rowLength * r + c, 32);
+    return kestrel::guarded<int16_t>("GetEtopoHeightEx", [&]() -> int16_t {
+        const double south = static_cast<double>(header.south90) - 90.0;
+        const double x = wrapLongitude(lon);
+        double y = lat;
+        if (y <= south) y = south;
+        if (y >= 90.0) y = 90.0;
+        const int64_t r = trunc64((y - south) * header.rowsPerDegree);
+        const int64_t c = trunc64(static_cast<double>(header.columnsPerDegree) * x);
+        const int64_t rowLength = header.rowLength;
+        // An offset past 2^50 bytes is in no file; a header claiming one reads nothing.
+        constexpr int64_t kFar = int64_t{1} << 50;
+        if (r < 0 || c < 0 || rowLength < 0 || c > kFar || (rowLength > 0 && r > kFar / rowLength)) return 0;
+        return readValue(file, rowLength * r + c, 32);
+    });
 }
 
 }  // extern "C"

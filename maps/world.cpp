@@ -19,6 +19,7 @@
 #include <cstring>
 #include <new>
 
+#include "base/guard.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
 #include "kestrel/maps.h"
@@ -141,114 +142,118 @@ KESTREL_API void KESTREL_CALL DrawWorldPass(KDC dc, KFILE psFile, float lonMin, 
                                             float uxMax, float latMin, float latMax, float uyMin, float uyMax,
                                             int32_t fill, int32_t outline, float shift, const float *points,
                                             int32_t n, int32_t m) {
-    if (!points || n <= 0) return;
-    if (n > kMaxRecordPoints) n = kMaxRecordPoints;
-    if (m > n) m = n;
-    const float *last = points + 2 * (n - 1);
-    const bool fillable = fill && n >= 3 && points[0] == last[0] && points[1] == last[1];
-    const float refLon = shift >= 0 ? (lonMin > 0 ? lonMin : 0.0f) : (lonMin < 0 ? lonMin : 0.0f);
-    float *x = gWork.x, *y = gWork.y;
-    bool visible = false;
-    if (proj == 5) {
-        const double c = gProj.centreLon;
-        for (int32_t i = 0; i < n; ++i) {
-            double lon = static_cast<double>(points[2 * i]) - shift;
-            const float lat = points[2 * i + 1];
-            const double h = visibleLonRange(gProj, lat);
-            if (lat >= latMin && lat <= latMax && std::fabs(lon - c) < h) visible = true;
-            // Only the eastern horizon is clamped here; points beyond the
-            // western one are pushed onto the rim by the projection.
-            if (h < 180.0 && lon > c + h) lon = c + h;
-            x[i] = static_cast<float>(lon);
-            y[i] = lat;
+    return kestrel::guarded<void>("DrawWorldPass", [&]() -> void {
+        if (!points || n <= 0) return;
+        if (n > kMaxRecordPoints) n = kMaxRecordPoints;
+        if (m > n) m = n;
+        const float *last = points + 2 * (n - 1);
+        const bool fillable = fill && n >= 3 && points[0] == last[0] && points[1] == last[1];
+        const float refLon = shift >= 0 ? (lonMin > 0 ? lonMin : 0.0f) : (lonMin < 0 ? lonMin : 0.0f);
+        float *x = gWork.x, *y = gWork.y;
+        bool visible = false;
+        if (proj == 5) {
+            const double c = gProj.centreLon;
+            for (int32_t i = 0; i < n; ++i) {
+                double lon = static_cast<double>(points[2 * i]) - shift;
+                const float lat = points[2 * i + 1];
+                const double h = visibleLonRange(gProj, lat);
+                if (lat >= latMin && lat <= latMax && std::fabs(lon - c) < h) visible = true;
+                // Only the eastern horizon is clamped here; points beyond the
+                // western one are pushed onto the rim by the projection.
+                if (h < 180.0 && lon > c + h) lon = c + h;
+                x[i] = static_cast<float>(lon);
+                y[i] = lat;
+            }
+        } else {
+            for (int32_t i = 0; i < n; ++i) {
+                const float lon = points[2 * i] - shift, lat = points[2 * i + 1];
+                visible = visible || (lat >= latMin && lat <= latMax && lon >= lonMin && lon <= lonMax);
+                x[i] = lon;
+                y[i] = lat;
+            }
         }
-    } else {
-        for (int32_t i = 0; i < n; ++i) {
-            const float lon = points[2 * i] - shift, lat = points[2 * i + 1];
-            visible = visible || (lat >= latMin && lat <= latMax && lon >= lonMin && lon <= lonMax);
-            x[i] = lon;
-            y[i] = lat;
+        if (!visible) {
+            // Land all round a small map still fills it.
+            if (!fillable || proj == 5 || !MyPtInPolygon(x, y, n, refLon, latMin)) return;
+            for (int32_t i = 0; i < n; ++i) y[i] = points[2 * i + 1];  // undo the test's nudges
         }
-    }
-    if (!visible) {
-        // Land all round a small map still fills it.
-        if (!fillable || proj == 5 || !MyPtInPolygon(x, y, n, refLon, latMin)) return;
-        for (int32_t i = 0; i < n; ++i) y[i] = points[2 * i + 1];  // undo the test's nudges
-    }
-    for (int32_t i = 0; i < n; ++i) Project(&x[i], &y[i]);
-    if (dc) {
-        if (fillable) DrawPoly(dc, nullptr, x, y, n, 0, 2);
-        if (outline && m > 0) DrawPoly(dc, nullptr, x, y, m, 0, 1);
-    }
-    if (psFile) {
-        const MapUserSys u{uxMin, uxMax, 0, 0, uyMin, uyMax, 0, 0};
-        toMapPSUnits(u, x, y, n);
-        PsStream out(psFile);
-        if (fillable) {
-            putPath(out, x, y, n);
-            out.put("Fill\n");
+        for (int32_t i = 0; i < n; ++i) Project(&x[i], &y[i]);
+        if (dc) {
+            if (fillable) DrawPoly(dc, nullptr, x, y, n, 0, 2);
+            if (outline && m > 0) DrawPoly(dc, nullptr, x, y, m, 0, 1);
         }
-        if (outline && m > 0) {
-            putPath(out, x, y, m);
-            out.put("stroke\n");
+        if (psFile) {
+            const MapUserSys u{uxMin, uxMax, 0, 0, uyMin, uyMax, 0, 0};
+            toMapPSUnits(u, x, y, n);
+            PsStream out(psFile);
+            if (fillable) {
+                putPath(out, x, y, n);
+                out.put("Fill\n");
+            }
+            if (outline && m > 0) {
+                putPath(out, x, y, m);
+                out.put("stroke\n");
+            }
         }
-    }
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL DrawWorld(KDC dc, KFILE psFile, const char *path, float lonMin, float lonMax,
                                            float latMin, float latMax, float uxMin, float uxMax, float pxMin,
                                            float pxMax, float uyMin, float uyMax, float pyMin, float pyMax,
                                            int32_t fill, int32_t outline) {
-    if (!path) return 0;
-    KFILE in = plat::fileOpenRead(path);
-    if (!in) return 0;
-    RecordReader reader(in);
-    if (!reader.ok()) {
+    return kestrel::guarded<int32_t>("DrawWorld", [&]() -> int32_t {
+        if (!path) return 0;
+        KFILE in = plat::fileOpenRead(path);
+        if (!in) return 0;
+        RecordReader reader(in);
+        if (!reader.ok()) {
+            plat::fileClose(in);
+            return 0;
+        }
+        const MapUserSys u{uxMin, uxMax, pxMin, pxMax, uyMin, uyMax, pyMin, pyMax};
+        KPALETTE previous = nullptr;
+        if (dc) {
+            previous = ActivateMyPalette(dc);
+            plat::selectObject(dc, plat::createPen(plat::PenSolid, mCGS.penWidth, mCGS.color));
+            plat::selectObject(dc, plat::createSolidBrush(mCGS.color));
+        }
+        long result = 1;
+        if (psFile) {
+            PsStream(psFile).printf("\n%%%%PS-OBJECT: CDT=%.1000s begin\n\n", psCommentText(path).c_str());
+            writeTempUsrSys(psFile, u);
+        }
+        float pts[2 * kMaxRecordPoints];
+        while (reader.need(8)) {
+            const unsigned char *h = reader.take(8);
+            const int32_t n = readInt32(h), m = readInt32(h + 4);
+            if (n <= 0) continue;
+            const int32_t keep = n > kMaxRecordPoints ? kMaxRecordPoints : n;
+            if (!reader.need(static_cast<size_t>(keep) * 8)) break;
+            readFloats(reader.take(static_cast<size_t>(keep) * 8), pts, 2 * keep);
+            // Records beyond the format's limit keep their first points only.
+            if (keep < n && !reader.skip(static_cast<size_t>(n - keep) * 8)) break;
+            DrawWorldPass(dc, psFile, lonMin, lonMax, uxMin, uxMax, latMin, latMax, uyMin, uyMax, fill, outline, 0.0f,
+                          pts, keep, m);
+            if (lonMin < 0)
+                DrawWorldPass(dc, psFile, lonMin, lonMax, uxMin, uxMax, latMin, latMax, uyMin, uyMax, fill, outline,
+                              360.0f, pts, keep, m);
+        }
         plat::fileClose(in);
-        return 0;
-    }
-    const MapUserSys u{uxMin, uxMax, pxMin, pxMax, uyMin, uyMax, pyMin, pyMax};
-    KPALETTE previous = nullptr;
-    if (dc) {
-        previous = ActivateMyPalette(dc);
-        plat::selectObject(dc, plat::createPen(plat::PenSolid, mCGS.penWidth, mCGS.color));
-        plat::selectObject(dc, plat::createSolidBrush(mCGS.color));
-    }
-    long result = 1;
-    if (psFile) {
-        PsStream(psFile).printf("\n%%%%PS-OBJECT: CDT=%.1000s begin\n\n", psCommentText(path).c_str());
-        writeTempUsrSys(psFile, u);
-    }
-    float pts[2 * kMaxRecordPoints];
-    while (reader.need(8)) {
-        const unsigned char *h = reader.take(8);
-        const int32_t n = readInt32(h), m = readInt32(h + 4);
-        if (n <= 0) continue;
-        const int32_t keep = n > kMaxRecordPoints ? kMaxRecordPoints : n;
-        if (!reader.need(static_cast<size_t>(keep) * 8)) break;
-        readFloats(reader.take(static_cast<size_t>(keep) * 8), pts, 2 * keep);
-        // Records beyond the format's limit keep their first points only.
-        if (keep < n && !reader.skip(static_cast<size_t>(n - keep) * 8)) break;
-        DrawWorldPass(dc, psFile, lonMin, lonMax, uxMin, uxMax, latMin, latMax, uyMin, uyMax, fill, outline, 0.0f,
-                      pts, keep, m);
-        if (lonMin < 0)
-            DrawWorldPass(dc, psFile, lonMin, lonMax, uxMin, uxMax, latMin, latMax, uyMin, uyMax, fill, outline,
-                          360.0f, pts, keep, m);
-    }
-    plat::fileClose(in);
-    if (dc) {
-        RestorePen(dc, "DrawWorld");
-        RestoreBrush(dc, "DrawWorld");
-        RestorePalette(dc, previous, "DrawWorld");
-    }
-    if (psFile) {
-        writeMapUsrSys(psFile, u, "");
-        PsStream out(psFile);
-        out.printf("\n%%%%PS-OBJECT: CDT=%.1000s end\n", psCommentText(path).c_str());
-        out.flush();
-        result = out.lastWrite();
-    }
-    return static_cast<int32_t>(result);
+        if (dc) {
+            RestorePen(dc, "DrawWorld");
+            RestoreBrush(dc, "DrawWorld");
+            RestorePalette(dc, previous, "DrawWorld");
+        }
+        if (psFile) {
+            writeMapUsrSys(psFile, u, "");
+            PsStream out(psFile);
+            out.printf("\n%%%%PS-OBJECT: CDT=%.1000s end\n", psCommentText(path).c_str());
+            out.flush();
+            result = out.lastWrite();
+        }
+        return static_cast<int32_t>(result);
+    });
 }
 
 }  // extern "C"

@@ -16,6 +16,7 @@
 #include <memory>
 #include <new>
 
+#include "base/guard.h"
 #include "kestrel/la.h"
 
 namespace kestrel {
@@ -167,38 +168,62 @@ using namespace kestrel;
 
 extern "C" {
 
-KESTREL_API int32_t KESTREL_CALL LACholeskyDcmp(int32_t n, double *a, double *p) { return choleskyDcmp(n, a, p); }
-KESTREL_API int32_t KESTREL_CALL LACholeskyDcmpF(int32_t n, float *a, float *p) { return choleskyDcmp(n, a, p); }
-KESTREL_API void KESTREL_CALL LAInvertCholDcmp(int32_t n, double *a, double *p) { invertCholDcmp(n, a, p); }
-KESTREL_API void KESTREL_CALL LAInvertCholDcmpF(int32_t n, float *a, float *p) { invertCholDcmp(n, a, p); }
+KESTREL_API int32_t KESTREL_CALL LACholeskyDcmp(int32_t n, double *a, double *p) {
+    return kestrel::guarded<int32_t>("LACholeskyDcmp", [&]() -> int32_t { return choleskyDcmp(n, a, p); });
+}
+KESTREL_API int32_t KESTREL_CALL LACholeskyDcmpF(int32_t n, float *a, float *p) {
+    return kestrel::guarded<int32_t>("LACholeskyDcmpF", [&]() -> int32_t { return choleskyDcmp(n, a, p); });
+}
+KESTREL_API void KESTREL_CALL LAInvertCholDcmp(int32_t n, double *a, double *p) {
+    return kestrel::guarded<void>("LAInvertCholDcmp", [&]() -> void { invertCholDcmp(n, a, p); });
+}
+KESTREL_API void KESTREL_CALL LAInvertCholDcmpF(int32_t n, float *a, float *p) {
+    return kestrel::guarded<void>("LAInvertCholDcmpF", [&]() -> void { invertCholDcmp(n, a, p); });
+}
 
 KESTREL_API int32_t KESTREL_CALL LALUDcmp(int32_t n, double *a, int32_t *indx, double *d) {
-    return luDcmp(n, a, indx, d);
+    return kestrel::guarded<int32_t>("LALUDcmp", [&]() -> int32_t {
+        return luDcmp(n, a, indx, d);
+    });
 }
 KESTREL_API int32_t KESTREL_CALL LALUDcmpF(int32_t n, float *a, int32_t *indx, float *d) {
-    return luDcmp(n, a, indx, d);
+    return kestrel::guarded<int32_t>("LALUDcmpF", [&]() -> int32_t {
+        return luDcmp(n, a, indx, d);
+    });
 }
 KESTREL_API int32_t KESTREL_CALL LALUSolve(int32_t n, const double *a, const int32_t *indx, double *b) {
-    luSolve(n, a, indx, b);
-    return 0;
+    return kestrel::guarded<int32_t>("LALUSolve", [&]() -> int32_t {
+        luSolve(n, a, indx, b);
+        return 0;
+    });
 }
 KESTREL_API int32_t KESTREL_CALL LALUSolveF(int32_t n, const float *a, const int32_t *indx, float *b) {
-    luSolve(n, a, indx, b);
-    return 0;
+    return kestrel::guarded<int32_t>("LALUSolveF", [&]() -> int32_t {
+        luSolve(n, a, indx, b);
+        return 0;
+    });
 }
 KESTREL_API void KESTREL_CALL LAMMMultiply(int32_t n, int32_t m, const double *A, int32_t p, const double *B,
                                            double *C) {
-    mmMultiply(n, m, A, p, B, C);
+    return kestrel::guarded<void>("LAMMMultiply", [&]() -> void {
+        mmMultiply(n, m, A, p, B, C);
+    });
 }
 KESTREL_API void KESTREL_CALL LAMMMultiplyF(int32_t n, int32_t m, const float *A, int32_t p, const float *B,
                                             float *C) {
-    mmMultiply(n, m, A, p, B, C);
+    return kestrel::guarded<void>("LAMMMultiplyF", [&]() -> void {
+        mmMultiply(n, m, A, p, B, C);
+    });
 }
 KESTREL_API void KESTREL_CALL LAMVMultiply(int32_t n, int32_t m, const double *A, const double *x, double *y) {
-    mvMultiply(n, m, A, x, y);
+    return kestrel::guarded<void>("LAMVMultiply", [&]() -> void {
+        mvMultiply(n, m, A, x, y);
+    });
 }
 KESTREL_API void KESTREL_CALL LAMVMultiplyF(int32_t n, int32_t m, const float *A, const float *x, float *y) {
-    mvMultiply(n, m, A, x, y);
+    return kestrel::guarded<void>("LAMVMultiplyF", [&]() -> void {
+        mvMultiply(n, m, A, x, y);
+    });
 }
 
 }  // extern "C"

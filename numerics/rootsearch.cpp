@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "base/guard.h"
 #include "kestrel/rootsearch.h"
 
 namespace {
@@ -40,118 +41,120 @@ bool strictlyInside(double v, double a, double b) { return (v - b) * (v - a) < 0
 extern "C" KESTREL_API int32_t KESTREL_CALL IterateTowardsZero(int32_t *status, double lower, double upper,
                                                                double tolerance, double *x, double *f,
                                                                int32_t iterationLimit) {
-    if (!status || !x || !f) return 0;
-    Search &s = g_search;
-    if (*status < 1) {
-        s = Search{};
-        s.a = lower;
-        s.b = upper;
-        *x = lower;
-        s.phase = 1;
-        s.iteration = 1;
-        // |INT_MIN| does not exist; its nearest is as good a limit.
-        s.limit = iterationLimit == INT32_MIN ? INT32_MAX : std::abs(iterationLimit);
-        return *status = 1;
-    }
-    if (std::fabs(*f) <= tolerance) return *status = 2;
+    return kestrel::guarded<int32_t>("IterateTowardsZero", [&]() -> int32_t {
+        if (!status || !x || !f) return 0;
+        Search &s = g_search;
+        if (*status < 1) {
+            s = Search{};
+            s.a = lower;
+            s.b = upper;
+            *x = lower;
+            s.phase = 1;
+            s.iteration = 1;
+            // |INT_MIN| does not exist; its nearest is as good a limit.
+            s.limit = iterationLimit == INT32_MIN ? INT32_MAX : std::abs(iterationLimit);
+            return *status = 1;
+        }
+        if (std::fabs(*f) <= tolerance) return *status = 2;
 
-    enum { kBisect, kSecantFromEnds, kSecantAsTheyStand, kCount } step = kCount;
-    switch (s.phase) {
-        case 2:
-            if (s.fa * *f >= 0.0) {  // no sign change over the whole interval
-                s.p = s.a;
-                s.fp = s.fa;
-                s.h = s.b - s.a;
-                s.m = 1;
-                s.phase = 3;
-                s.next = s.a + s.h / 2;
-                s.k = 1;
-            } else {
-                s.b = *x;
-                s.fb = *f;
-                s.phase = 4;
-                step = kSecantFromEnds;
-            }
-            break;
-        case 3:
-            if (s.fa * *f >= 0.0) {
-                if (s.k < s.m) {
-                    s.a = *x;
-                    s.fa = *f;
-                    s.next = *x + s.h;
-                    ++s.k;
-                } else {  // pass complete: halve the step, start again at the lower end
-                    s.h /= 2;
-                    s.a = s.p;
-                    s.fa = s.fp;
-                    s.m *= 2;
+        enum { kBisect, kSecantFromEnds, kSecantAsTheyStand, kCount } step = kCount;
+        switch (s.phase) {
+            case 2:
+                if (s.fa * *f >= 0.0) {  // no sign change over the whole interval
+                    s.p = s.a;
+                    s.fp = s.fa;
+                    s.h = s.b - s.a;
+                    s.m = 1;
+                    s.phase = 3;
                     s.next = s.a + s.h / 2;
                     s.k = 1;
+                } else {
+                    s.b = *x;
+                    s.fb = *f;
+                    s.phase = 4;
+                    step = kSecantFromEnds;
                 }
-            } else {
-                s.b = *x;
-                s.fb = *f;
-                s.phase = 4;
-                step = kSecantFromEnds;
-            }
-            break;
-        case 4:
-            if (s.fa * *f >= 0.0) {
-                s.a = *x;
+                break;
+            case 3:
+                if (s.fa * *f >= 0.0) {
+                    if (s.k < s.m) {
+                        s.a = *x;
+                        s.fa = *f;
+                        s.next = *x + s.h;
+                        ++s.k;
+                    } else {  // pass complete: halve the step, start again at the lower end
+                        s.h /= 2;
+                        s.a = s.p;
+                        s.fa = s.fp;
+                        s.m *= 2;
+                        s.next = s.a + s.h / 2;
+                        s.k = 1;
+                    }
+                } else {
+                    s.b = *x;
+                    s.fb = *f;
+                    s.phase = 4;
+                    step = kSecantFromEnds;
+                }
+                break;
+            case 4:
+                if (s.fa * *f >= 0.0) {
+                    s.a = *x;
+                    s.fa = *f;
+                } else {
+                    s.b = *x;
+                    s.fb = *f;
+                }
+                if (s.e > 0.0)
+                    step = std::fabs(*f) > s.e ? kBisect : kSecantAsTheyStand;
+                else
+                    step = kSecantFromEnds;
+                break;
+            default:  // phase 1, or a state that lost its way: take the upper end next
                 s.fa = *f;
+                *x = s.b;
+                s.phase = 2;
+                return *status = 1;  // this evaluation is not counted
+        }
+
+        if (step == kSecantFromEnds) {
+            // Start from the end with the smaller |f|, against the other end.
+            if (std::fabs(s.fb) >= std::fabs(s.fa)) {
+                s.p = s.b;
+                s.fp = s.fb;
+                *x = s.a;
+                *f = s.fa;
             } else {
-                s.b = *x;
-                s.fb = *f;
+                s.p = s.a;
+                s.fp = s.fa;
+                *x = s.b;
+                *f = s.fb;
             }
-            if (s.e > 0.0)
-                step = std::fabs(*f) > s.e ? kBisect : kSecantAsTheyStand;
-            else
-                step = kSecantFromEnds;
-            break;
-        default:  // phase 1, or a state that lost its way: take the upper end next
-            s.fa = *f;
-            *x = s.b;
-            s.phase = 2;
-            return *status = 1;  // this evaluation is not counted
-    }
-
-    if (step == kSecantFromEnds) {
-        // Start from the end with the smaller |f|, against the other end.
-        if (std::fabs(s.fb) >= std::fabs(s.fa)) {
-            s.p = s.b;
-            s.fp = s.fb;
-            *x = s.a;
-            *f = s.fa;
-        } else {
-            s.p = s.a;
-            s.fp = s.fa;
-            *x = s.b;
-            *f = s.fb;
+            step = kSecantAsTheyStand;
         }
-        step = kSecantAsTheyStand;
-    }
-    if (step == kSecantAsTheyStand) {
-        s.d = (*x - s.p) * *f / (*f - s.fp);
-        s.next = *x - s.d;
-        // A correction too small to move x is doubled until it does; the loop
-        // ends because doubling reaches x's spacing (or infinity).
-        while (s.next == *x) {
-            if (s.d == 0.0) return *status = 2;
-            s.d *= 2;
+        if (step == kSecantAsTheyStand) {
+            s.d = (*x - s.p) * *f / (*f - s.fp);
             s.next = *x - s.d;
+            // A correction too small to move x is doubled until it does; the loop
+            // ends because doubling reaches x's spacing (or infinity).
+            while (s.next == *x) {
+                if (s.d == 0.0) return *status = 2;
+                s.d *= 2;
+                s.next = *x - s.d;
+            }
+            s.p = *x;
+            s.fp = *f;
+            s.e = 0.5 * std::min(std::fabs(s.fa), std::fabs(s.fb));
+            if (!strictlyInside(s.next, s.a, s.b)) step = kBisect;
         }
-        s.p = *x;
-        s.fp = *f;
-        s.e = 0.5 * std::min(std::fabs(s.fa), std::fabs(s.fb));
-        if (!strictlyInside(s.next, s.a, s.b)) step = kBisect;
-    }
-    if (step == kBisect) {
-        s.next = (s.a + s.b) / 2;
-        s.e = 0.0;
-        if (!strictlyInside(s.next, s.a, s.b)) return *status = 2;  // a and b are adjacent
-    }
+        if (step == kBisect) {
+            s.next = (s.a + s.b) / 2;
+            s.e = 0.0;
+            if (!strictlyInside(s.next, s.a, s.b)) return *status = 2;  // a and b are adjacent
+        }
 
-    if (++s.iteration >= s.limit) return *status = s.phase;
-    *x = s.next;
-    return *status = 1;
+        if (++s.iteration >= s.limit) return *status = s.phase;
+        *x = s.next;
+        return *status = 1;
+    });
 }

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/guard.h"
 #include "kestrel/gas.h"
 #include "kestrel/rootsearch.h"
 #include "ocean/carbonate.h"
@@ -98,62 +99,66 @@ extern "C" {
 KESTREL_API void KESTREL_CALL CO2EquConst(int32_t constantSet, float temperature, float salinity, double *k1,
                                           double *k2, double *kw, double *ks, double *kf, double *kb, double *k0,
                                           double *tk) {
-    const kestrel::CarbonateConstants c = kestrel::carbonateConstants(constantSet, temperature, salinity);
-    if (k1) *k1 = c.k1;
-    if (k2) *k2 = c.k2;
-    if (kw) *kw = c.kw;
-    if (ks) *ks = c.ks;
-    if (kf) *kf = c.kf;
-    if (kb) *kb = c.kb;
-    if (k0) *k0 = c.k0;
-    if (tk) *tk = c.tk;
+    return kestrel::guarded<void>("CO2EquConst", [&]() -> void {
+        const kestrel::CarbonateConstants c = kestrel::carbonateConstants(constantSet, temperature, salinity);
+        if (k1) *k1 = c.k1;
+        if (k2) *k2 = c.k2;
+        if (kw) *kw = c.kw;
+        if (ks) *ks = c.ks;
+        if (kf) *kf = c.kf;
+        if (kb) *kb = c.kb;
+        if (k0) *k0 = c.k0;
+        if (tk) *tk = c.tk;
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL CComp1(int32_t constantSet, float temperature, float salinity, float totalCarbon,
                                         float alkalinity, float missingValue, float *pH, float *pCO2, float *co2,
                                         float *hco3, float *co3) {
-    float *outputs[] = {pH, pCO2, co2, hco3, co3};
-    for (float *o : outputs)
-        if (o) *o = missingValue;
-    // The negated ranges also reject NaN.
-    if (!(temperature >= -2.5f && temperature <= 45.0f) || !(salinity >= 0.0f && salinity <= 42.0f) ||
-        !(totalCarbon >= 0.0f && totalCarbon <= 4000.0f) || !(alkalinity >= 0.0f && alkalinity <= 4000.0f))
-        return 0;
+    return kestrel::guarded<int32_t>("CComp1", [&]() -> int32_t {
+        float *outputs[] = {pH, pCO2, co2, hco3, co3};
+        for (float *o : outputs)
+            if (o) *o = missingValue;
+        // The negated ranges also reject NaN.
+        if (!(temperature >= -2.5f && temperature <= 45.0f) || !(salinity >= 0.0f && salinity <= 42.0f) ||
+            !(totalCarbon >= 0.0f && totalCarbon <= 4000.0f) || !(alkalinity >= 0.0f && alkalinity <= 4000.0f))
+            return 0;
 
-    const double s = salinity;
-    const kestrel::CarbonateConstants c = kestrel::carbonateConstants(constantSet, temperature, s);
-    // Total borate: 0.0004106 S/35 mol/kg (Uppström 1974).
-    const Balance balance{totalCarbon * 1e-6, alkalinity * 1e-6, s * 1.1731428571428571e-5, c.k1, c.k2, c.kw,
-                          c.kb};
+        const double s = salinity;
+        const kestrel::CarbonateConstants c = kestrel::carbonateConstants(constantSet, temperature, s);
+        // Total borate: 0.0004106 S/35 mol/kg (Uppström 1974).
+        const Balance balance{totalCarbon * 1e-6, alkalinity * 1e-6, s * 1.1731428571428571e-5, c.k1, c.k2, c.kw,
+                              c.kb};
 
-    int32_t status = 0;
-    double x = 0.0, f = 0.0;
-    IterateTowardsZero(&status, 6.0, 10.0, 1e-16, &x, &f, 100);
-    while (status == 1) {
-        f = balance(x);
+        int32_t status = 0;
+        double x = 0.0, f = 0.0;
         IterateTowardsZero(&status, 6.0, 10.0, 1e-16, &x, &f, 100);
-    }
-    // 2: a zero; 4: bracketed but not within 1e-16 after the iteration limit,
-    // x is then the best iterate (within a few ulp of the root in practice).
-    // 3: no sign change between pH 6 and 10.
-    if (status != 2 && status != 4) return 0;
+        while (status == 1) {
+            f = balance(x);
+            IterateTowardsZero(&status, 6.0, 10.0, 1e-16, &x, &f, 100);
+        }
+        // 2: a zero; 4: bracketed but not within 1e-16 after the iteration limit,
+        // x is then the best iterate (within a few ulp of the root in practice).
+        // 3: no sign change between pH 6 and 10.
+        if (status != 2 && status != 4) return 0;
 
-    const double h = std::pow(10.0, -x);
-    const double d = (h + c.k1) * h + c.k1 * c.k2;
-    const double tc = totalCarbon;  // umol/kg
-    const double co2Star = tc * h * h / d;
-    // Fugacity coefficient of CO2 in air at 1 atm, Weiss (1974): exp((B + 2 delta) P / (R T)),
-    // B and delta in cm3/mol, R = 82.05746 cm3 atm/(mol K).
-    const double tk = temperature + 273.15;
-    const double virial = -1636.75 + (12.0408 + (-3.27957e-2 + 3.16528e-5 * tk) * tk) * tk;
-    const double delta = 57.7 - 0.118 * tk;
-    const double fugacityCoefficient = std::exp((virial + 2.0 * delta) / (82.05746 * tk));
-    const double fco2 = co2Star / c.k0;  // umol/kg over mol/(kg atm): uatm
+        const double h = std::pow(10.0, -x);
+        const double d = (h + c.k1) * h + c.k1 * c.k2;
+        const double tc = totalCarbon;  // umol/kg
+        const double co2Star = tc * h * h / d;
+        // Fugacity coefficient of CO2 in air at 1 atm, Weiss (1974): exp((B + 2 delta) P / (R T)),
+        // B and delta in cm3/mol, R = 82.05746 cm3 atm/(mol K).
+        const double tk = temperature + 273.15;
+        const double virial = -1636.75 + (12.0408 + (-3.27957e-2 + 3.16528e-5 * tk) * tk) * tk;
+        const double delta = 57.7 - 0.118 * tk;
+        const double fugacityCoefficient = std::exp((virial + 2.0 * delta) / (82.05746 * tk));
+        const double fco2 = co2Star / c.k0;  // umol/kg over mol/(kg atm): uatm
 
-    const double values[] = {x, fco2 / fugacityCoefficient, co2Star, tc * c.k1 * h / d, tc * c.k1 * c.k2 / d};
-    for (int i = 0; i < 5; ++i)
-        if (outputs[i]) *outputs[i] = static_cast<float>(values[i]);
-    return 1;
+        const double values[] = {x, fco2 / fugacityCoefficient, co2Star, tc * c.k1 * h / d, tc * c.k1 * c.k2 / d};
+        for (int i = 0; i < 5; ++i)
+            if (outputs[i]) *outputs[i] = static_cast<float>(values[i]);
+        return 1;
+    });
 }
 
 }  // extern "C"

@@ -2,6 +2,7 @@
 #include <cmath>
 #include <limits>
 
+#include "base/guard.h"
 #include "kestrel/gas.h"
 
 namespace {
@@ -29,25 +30,29 @@ extern "C" {
 // Weiss (1970), Deep-Sea Res. 17, 721-735, eq. 4 with the ml/l coefficients
 // of table 2; 43.53 converts ml/l to umol/kg (44.66 umol/ml over 1.026 kg/l).
 KESTREL_API double KESTREL_CALL o2sat(float temperature, float salinity) {
-    const double tk = temperature + 273.15;
-    const double t = tk / 100.0;
-    const double s = salinity;
-    const double lnc = -173.4292 + 249.6339 * (100.0 / tk) + 143.3483 * std::log(t) - 21.8492 * t +
-                       s * (-0.033096 + (0.014259 - 0.0017 * t) * t);
-    return std::exp(lnc) * 43.53;
+    return kestrel::guarded<double>("o2sat", [&]() -> double {
+        const double tk = temperature + 273.15;
+        const double t = tk / 100.0;
+        const double s = salinity;
+        const double lnc = -173.4292 + 249.6339 * (100.0 / tk) + 143.3483 * std::log(t) - 21.8492 * t +
+                           s * (-0.033096 + (0.014259 - 0.0017 * t) * t);
+        return std::exp(lnc) * 43.53;
+    });
 }
 
 KESTREL_API double KESTREL_CALL CFCSaturation(float temperature, float salinity, float atmosphericLevel,
                                               int32_t gas) {
-    if (gas < 0 || gas >= static_cast<int32_t>(sizeof kGases / sizeof kGases[0]))
-        return std::numeric_limits<double>::quiet_NaN();
-    const Solubility &c = kGases[gas];
-    const double tk = temperature + 273.15;
-    const double t = tk / 100.0;
-    const double s = salinity;
-    const double lnf = c.a1 + c.a2 * (100.0 / tk) + c.a3 * std::log(t) + c.a4 * t * t +
-                       s * (c.b1 + (c.b2 + c.b3 * t) * t);
-    return std::exp(lnf) * atmosphericLevel;
+    return kestrel::guarded<double>("CFCSaturation", [&]() -> double {
+        if (gas < 0 || gas >= static_cast<int32_t>(sizeof kGases / sizeof kGases[0]))
+            return std::numeric_limits<double>::quiet_NaN();
+        const Solubility &c = kGases[gas];
+        const double tk = temperature + 273.15;
+        const double t = tk / 100.0;
+        const double s = salinity;
+        const double lnf = c.a1 + c.a2 * (100.0 / tk) + c.a3 * std::log(t) + c.a4 * t * t +
+                           s * (c.b1 + (c.b2 + c.b3 * t) * t);
+        return std::exp(lnf) * atmosphericLevel;
+    });
 }
 
 }  // extern "C"

@@ -10,6 +10,7 @@
 // sqrt(S) is taken of |S|, so a negative salinity gives a number, not a NaN.
 #include <cmath>
 
+#include "base/guard.h"
 #include "kestrel/seawater.h"
 #include "ocean/seawater_impl.h"
 
@@ -102,41 +103,57 @@ using namespace kestrel;
 extern "C" {
 
 KESTREL_API double KESTREL_CALL EOS80(float pressure, float temperature, float salinity) {
-    return specificVolume(pressure, temperature, salinity);
+    return kestrel::guarded<double>("EOS80", [&]() -> double {
+        return specificVolume(pressure, temperature, salinity);
+    });
 }
 
 KESTREL_API double KESTREL_CALL sigma(float pressure, float temperature, float salinity) {
-    return 1000.0 / specificVolume(pressure, temperature, salinity) - 1000.0;
+    return kestrel::guarded<double>("sigma", [&]() -> double {
+        return 1000.0 / specificVolume(pressure, temperature, salinity) - 1000.0;
+    });
 }
 
 // Specific volume of the standard ocean from its secant bulk modulus
 // (UNESCO 1983 p.17): V(35, 0, p) = (1 - p/K(35,0,p)) V(35,0,0), p in bars.
 KESTREL_API double KESTREL_CALL v350p(float pressure) {
-    const double p = pressure * 0.1;
-    return (1.0 - p / (21582.27 + (3.359406 + 5.03217e-5 * p) * p)) * 0.000972662 * 1000.0;
+    return kestrel::guarded<double>("v350p", [&]() -> double {
+        const double p = pressure * 0.1;
+        return (1.0 - p / (21582.27 + (3.359406 + 5.03217e-5 * p) * p)) * 0.000972662 * 1000.0;
+    });
 }
 
 KESTREL_API double KESTREL_CALL adtg(float pressure, float temperature, float salinity) {
-    return lapseRate(pressure, temperature, salinity);
+    return kestrel::guarded<double>("adtg", [&]() -> double {
+        return lapseRate(pressure, temperature, salinity);
+    });
 }
 
 KESTREL_API double KESTREL_CALL theta(float pressure, float temperature, float salinity, float referencePressure) {
-    return potentialTemperature(pressure, temperature, salinity, referencePressure);
+    return kestrel::guarded<double>("theta", [&]() -> double {
+        return potentialTemperature(pressure, temperature, salinity, referencePressure);
+    });
 }
 
 KESTREL_API double KESTREL_CALL SoundVel(float pressure, float temperature, float salinity) {
-    return soundSpeed(pressure, temperature, salinity);
+    return kestrel::guarded<double>("SoundVel", [&]() -> double {
+        return soundSpeed(pressure, temperature, salinity);
+    });
 }
 
 KESTREL_API double KESTREL_CALL cpsw(float pressure, float temperature, float salinity) {
-    return heatCapacity(pressure, temperature, salinity);
+    return kestrel::guarded<double>("cpsw", [&]() -> double {
+        return heatCapacity(pressure, temperature, salinity);
+    });
 }
 
 // Freezing point (Millero 1978; UNESCO 1983 p.28). Check value: -2.588567 deg C
 // at S = 40, 500 dbar.
 KESTREL_API double KESTREL_CALL tfreeze(float pressure, float salinity) {
-    const double s = salinity;
-    return (-0.0575 + 1.710523e-3 * std::sqrt(std::fabs(s)) - 2.154996e-4 * s) * s - 7.53e-4 * pressure;
+    return kestrel::guarded<double>("tfreeze", [&]() -> double {
+        const double s = salinity;
+        return (-0.0575 + 1.710523e-3 * std::sqrt(std::fabs(s)) - 2.154996e-4 * s) * s - 7.53e-4 * pressure;
+    });
 }
 
 // Depth from pressure (Saunders and Fofonoff 1976; UNESCO 1983 p.25-26): the
@@ -144,12 +161,14 @@ KESTREL_API double KESTREL_CALL tfreeze(float pressure, float salinity) {
 // grows with pressure by 1.092e-6 per dbar (the mean vertical gradient 2.184e-6
 // per metre, halved). Check value: 9712.653 m at 10000 dbar, 30 deg.
 KESTREL_API double KESTREL_CALL calDepth(float pressure, float latitude) {
-    const double p = pressure;
-    // The paper's single-precision degrees-to-radians factor.
-    const double x = std::sin(latitude * 0.017453292);
-    const double x2 = x * x;
-    const double g = 9.780318 * (1.0 + (5.2788e-3 + 2.36e-5 * x2) * x2) + 1.092e-6 * p;
-    return (((-1.82e-15 * p + 2.279e-10) * p - 2.2512e-5) * p + 9.72659) * p / g;
+    return kestrel::guarded<double>("calDepth", [&]() -> double {
+        const double p = pressure;
+        // The paper's single-precision degrees-to-radians factor.
+        const double x = std::sin(latitude * 0.017453292);
+        const double x2 = x * x;
+        const double g = 9.780318 * (1.0 + (5.2788e-3 + 2.36e-5 * x2) * x2) + 1.092e-6 * p;
+        return (((-1.82e-15 * p + 2.279e-10) * p - 2.2512e-5) * p + 9.72659) * p / g;
+    });
 }
 
 // Pressure from depth (Saunders 1981, J. Phys. Oceanogr. 11, 573-574):
@@ -157,9 +176,11 @@ KESTREL_API double KESTREL_CALL calDepth(float pressure, float latitude) {
 // 5.25e-3 sin^2(lat), c2 = 2.21e-6; 226244.3 = 1/(2 c2). Check value:
 // 7500.00 dbar at 7321.45 m, 30 deg.
 KESTREL_API double KESTREL_CALL calPress(float depth, float latitude) {
-    const double x = std::sin(std::fabs(latitude) * 0.017453292);
-    const double c = 1.0 - (5.92e-3 + 5.25e-3 * x * x);
-    return (c - std::sqrt(c * c - 8.84e-6 * depth)) * 226244.3;
+    return kestrel::guarded<double>("calPress", [&]() -> double {
+        const double x = std::sin(std::fabs(latitude) * 0.017453292);
+        const double c = 1.0 - (5.92e-3 + 5.25e-3 * x * x);
+        return (c - std::sqrt(c * c - 8.84e-6 * depth)) * 226244.3;
+    });
 }
 
 }  // extern "C"

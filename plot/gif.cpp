@@ -27,6 +27,7 @@
 // value without lookups (see encodeImage) and leaves the child table, which
 // nothing can read during the export, alone. Finished sub-blocks then collect
 // in a buffer that goes to the file in 64 KiB writes; the bytes are the same.
+#include "base/guard.h"
 #include "frame/message.h"
 #include "plot/gif.h"
 
@@ -411,77 +412,85 @@ using namespace kestrel;
 extern "C" {
 
 KESTREL_API int32_t KESTREL_CALL BMPtoGIF(KDC hdc, KBITMAP bitmap, int32_t *rect, const char *fileName) {
-    KPALETTE previous = ActivateMyPalette(hdc);
-    auto fail = [&](const char *text) {
-        gif::errorBox(text);
+    return kestrel::guarded<int32_t>("BMPtoGIF", [&]() -> int32_t {
+        KPALETTE previous = ActivateMyPalette(hdc);
+        auto fail = [&](const char *text) {
+            gif::errorBox(text);
+            RestorePalette(hdc, previous, "BMPtoGIF");
+            return 0;
+        };
+        if (!rect) return fail("No GIF rectangle given!");
+        rect[0] = std::max(rect[0], 0);
+        rect[1] = std::max(rect[1], 0);
+        rect[2] = static_cast<int32_t>(std::min<int64_t>(rect[2], int64_t{Vbmp_size_cx} - 1));
+        rect[3] = static_cast<int32_t>(std::min<int64_t>(rect[3], int64_t{Vbmp_size_cy} - 1));
+        // Nor beyond the bitmap that really exists: the host's size may claim
+        // more, and the export must not allocate for pixels nobody drew.
+        int realW = 0, realH = 0;
+        if (plat::bitmapSize(hdc, bitmap, &realW, &realH)) {
+            rect[2] = std::min(rect[2], realW - 1);
+            rect[3] = std::min(rect[3], realH - 1);
+        }
+        const int64_t width = int64_t{rect[2]} - rect[0] + 1, height = int64_t{rect[3]} - rect[1] + 1;
+        if (width < 1 || height < 1 || width > 65535 || height > 65535)
+            return fail("The GIF rectangle is empty or too large!");
+
+        KFILE file = fileName ? plat::fileOpenAlways(fileName) : nullptr;
+        if (!file) return fail("Could not create GIF file!");
+
+        // The rectangle of the picture, as palette indices.
+        const size_t bw = static_cast<size_t>(width), bh = static_cast<size_t>(height);
+        std::unique_ptr<uint8_t[]> pixels(new (std::nothrow) uint8_t[bw * bh]);
+        if (!pixels) {
+            plat::fileClose(file);
+            return fail("Could not allocate memory for the bitmap!");
+        }
+        const plat::Rect part{rect[0], rect[1], rect[2] + 1, rect[3] + 1};
+        if (!plat::bitmapPaletteIndices(hdc, bitmap, Vbmp_size_cx, Vbmp_size_cy, part, pixels.get(), Vcolor,
+                                        mCGS.paletteSize)) {
+            plat::fileClose(file);
+            return fail("Could not read the bitmap!");
+        }
+        if (!gif::writeIndexedImage(file, pixels.get(), bw, static_cast<uint16_t>(width), static_cast<uint16_t>(height))) {
+            plat::fileClose(file);
+            return fail("Could not allocate memory for prefix table!");
+        }
+        plat::fileClose(file);
         RestorePalette(hdc, previous, "BMPtoGIF");
-        return 0;
-    };
-    if (!rect) return fail("No GIF rectangle given!");
-    rect[0] = std::max(rect[0], 0);
-    rect[1] = std::max(rect[1], 0);
-    rect[2] = static_cast<int32_t>(std::min<int64_t>(rect[2], int64_t{Vbmp_size_cx} - 1));
-    rect[3] = static_cast<int32_t>(std::min<int64_t>(rect[3], int64_t{Vbmp_size_cy} - 1));
-    // Nor beyond the bitmap that really exists: the host's size may claim
-    // more, and the export must not allocate for pixels nobody drew.
-    int realW = 0, realH = 0;
-    if (plat::bitmapSize(hdc, bitmap, &realW, &realH)) {
-        rect[2] = std::min(rect[2], realW - 1);
-        rect[3] = std::min(rect[3], realH - 1);
-    }
-    const int64_t width = int64_t{rect[2]} - rect[0] + 1, height = int64_t{rect[3]} - rect[1] + 1;
-    if (width < 1 || height < 1 || width > 65535 || height > 65535)
-        return fail("The GIF rectangle is empty or too large!");
-
-    KFILE file = fileName ? plat::fileOpenAlways(fileName) : nullptr;
-    if (!file) return fail("Could not create GIF file!");
-
-    // The rectangle of the picture, as palette indices.
-    const size_t bw = static_cast<size_t>(width), bh = static_cast<size_t>(height);
-    std::unique_ptr<uint8_t[]> pixels(new (std::nothrow) uint8_t[bw * bh]);
-    if (!pixels) {
-        plat::fileClose(file);
-        return fail("Could not allocate memory for the bitmap!");
-    }
-    const plat::Rect part{rect[0], rect[1], rect[2] + 1, rect[3] + 1};
-    if (!plat::bitmapPaletteIndices(hdc, bitmap, Vbmp_size_cx, Vbmp_size_cy, part, pixels.get(), Vcolor,
-                                    mCGS.paletteSize)) {
-        plat::fileClose(file);
-        return fail("Could not read the bitmap!");
-    }
-    if (!gif::writeIndexedImage(file, pixels.get(), bw, static_cast<uint16_t>(width), static_cast<uint16_t>(height))) {
-        plat::fileClose(file);
-        return fail("Could not allocate memory for prefix table!");
-    }
-    plat::fileClose(file);
-    RestorePalette(hdc, previous, "BMPtoGIF");
-    return 1;
+        return 1;
+    });
 }
 
 KESTREL_API void KESTREL_CALL EncodeLZW(uint32_t value) {
-    gif::Encoder e = gif::Encoder::load();
-    if (value == e.clear) {
-        e.start();
-    } else if (value == e.eoi) {
-        e.finish();
-    } else {
-        if (value >= 256 || value >= e.clear || e.avail < e.clear + 2 || e.avail > gif::kCodes) return;
-        e.pixel(value);
-    }
-    e.store();
+    return kestrel::guarded<void>("EncodeLZW", [&]() -> void {
+        gif::Encoder e = gif::Encoder::load();
+        if (value == e.clear) {
+            e.start();
+        } else if (value == e.eoi) {
+            e.finish();
+        } else {
+            if (value >= 256 || value >= e.clear || e.avail < e.clear + 2 || e.avail > gif::kCodes) return;
+            e.pixel(value);
+        }
+        e.store();
+    });
 }
 
 KESTREL_API void KESTREL_CALL WriteCode(uint32_t code, uint32_t width) {
-    gif::Encoder e = gif::Encoder::load();
-    if (code == gif::kNone && width == 0) {
-        e.resetBuffer();
-    } else {
-        e.put(code, width);
-        if (code == uEOI) e.endBlocks();
-    }
-    e.store();
+    return kestrel::guarded<void>("WriteCode", [&]() -> void {
+        gif::Encoder e = gif::Encoder::load();
+        if (code == gif::kNone && width == 0) {
+            e.resetBuffer();
+        } else {
+            e.put(code, width);
+            if (code == uEOI) e.endBlocks();
+        }
+        e.store();
+    });
 }
 
-KESTREL_API uint32_t KESTREL_CALL GetCodeLength(uint32_t n) { return gif::codeLength(n); }
+KESTREL_API uint32_t KESTREL_CALL GetCodeLength(uint32_t n) {
+    return kestrel::guarded<uint32_t>("GetCodeLength", [&]() -> uint32_t { return gif::codeLength(n); });
+}
 
 }  // extern "C"

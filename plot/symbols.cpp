@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "base/guard.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
 #include "platform/platform.h"
@@ -80,97 +81,115 @@ void segment(KDC dc, int x0, int y0, int x1, int y1) {
 extern "C" {
 
 KESTREL_API void KESTREL_CALL DrawDots(KDC dc, const float *x, const float *y, int32_t n, float size) {
-    if (!validSize(size)) return;
-    const int32_t r = extent(size, 0.51, 0);
-    drawEach(dc, x, y, n, size, "DrawDots", [&](int32_t px, int32_t py) {
-        if (r < 2) {  // too small for a circle: a stroke, or a 3 x 3 plus
-            segment(dc, px, py + r, px, py - r - 1);
-            if (r == 1) segment(dc, px + r, py, px - r - 1, py);
-        } else {
-            plat::ellipse(dc, px - r, py - r, px + r, py + r);
-        }
+    return kestrel::guarded<void>("DrawDots", [&]() -> void {
+        if (!validSize(size)) return;
+        const int32_t r = extent(size, 0.51, 0);
+        drawEach(dc, x, y, n, size, "DrawDots", [&](int32_t px, int32_t py) {
+            if (r < 2) {  // too small for a circle: a stroke, or a 3 x 3 plus
+                segment(dc, px, py + r, px, py - r - 1);
+                if (r == 1) segment(dc, px + r, py, px - r - 1, py);
+            } else {
+                plat::ellipse(dc, px - r, py - r, px + r, py + r);
+            }
+        });
     });
 }
 
 KESTREL_API void KESTREL_CALL DrawSquares(KDC dc, const float *x, const float *y, int32_t n, float size) {
-    if (!validSize(size)) return;
-    const int32_t h = extent(size, 0.41, 1);
-    drawEach(dc, x, y, n, size, "DrawSquares", [&](int32_t px, int32_t py) {
-        const KPoint32 p[4] = {{px - h, py + h}, {px + h, py + h}, {px + h, py - h}, {px - h, py - h}};
-        closedShape(dc, p, 4);
+    return kestrel::guarded<void>("DrawSquares", [&]() -> void {
+        if (!validSize(size)) return;
+        const int32_t h = extent(size, 0.41, 1);
+        drawEach(dc, x, y, n, size, "DrawSquares", [&](int32_t px, int32_t py) {
+            const KPoint32 p[4] = {{px - h, py + h}, {px + h, py + h}, {px + h, py - h}, {px - h, py - h}};
+            closedShape(dc, p, 4);
+        });
     });
 }
 
 KESTREL_API void KESTREL_CALL DrawDiamonds(KDC dc, const float *x, const float *y, int32_t n, float size) {
-    if (!validSize(size)) return;
-    const int32_t a = extent(size, 0.5, 1), b = extent(size, 0.6, 1);  // half width, half height
-    drawEach(dc, x, y, n, size, "DrawDiamonds", [&](int32_t px, int32_t py) {
-        const KPoint32 p[4] = {{px, py - b}, {px + a, py}, {px, py + b}, {px - a, py}};
-        closedShape(dc, p, 4);
+    return kestrel::guarded<void>("DrawDiamonds", [&]() -> void {
+        if (!validSize(size)) return;
+        const int32_t a = extent(size, 0.5, 1), b = extent(size, 0.6, 1);  // half width, half height
+        drawEach(dc, x, y, n, size, "DrawDiamonds", [&](int32_t px, int32_t py) {
+            const KPoint32 p[4] = {{px, py - b}, {px + a, py}, {px, py + b}, {px - a, py}};
+            closedShape(dc, p, 4);
+        });
     });
 }
 
 KESTREL_API void KESTREL_CALL DrawTriangles(KDC dc, const float *x, const float *y, int32_t n, float size) {
-    if (!validSize(size)) return;
-    const int32_t up = extent(size, 0.6, 1), half = extent(size, 0.5, 1), down = extent(size, 0.4, 1);
-    drawEach(dc, x, y, n, size, "DrawTriangles", [&](int32_t px, int32_t py) {
-        const KPoint32 p[3] = {{px, py - up}, {px + half, py + down}, {px - half, py + down}};
-        closedShape(dc, p, 3);
+    return kestrel::guarded<void>("DrawTriangles", [&]() -> void {
+        if (!validSize(size)) return;
+        const int32_t up = extent(size, 0.6, 1), half = extent(size, 0.5, 1), down = extent(size, 0.4, 1);
+        drawEach(dc, x, y, n, size, "DrawTriangles", [&](int32_t px, int32_t py) {
+            const KPoint32 p[3] = {{px, py - up}, {px + half, py + down}, {px - half, py + down}};
+            closedShape(dc, p, 3);
+        });
     });
 }
 
 KESTREL_API void KESTREL_CALL DrawInvTriangles(KDC dc, const float *x, const float *y, int32_t n, float size) {
-    if (!validSize(size)) return;
-    const int32_t up = extent(size, 0.6, 1), half = extent(size, 0.5, 1), down = extent(size, 0.4, 1);
-    drawEach(dc, x, y, n, size, "DrawInvTriangles", [&](int32_t px, int32_t py) {
-        const KPoint32 p[3] = {{px, py + up}, {px - half, py - down}, {px + half, py - down}};
-        closedShape(dc, p, 3);
+    return kestrel::guarded<void>("DrawInvTriangles", [&]() -> void {
+        if (!validSize(size)) return;
+        const int32_t up = extent(size, 0.6, 1), half = extent(size, 0.5, 1), down = extent(size, 0.4, 1);
+        drawEach(dc, x, y, n, size, "DrawInvTriangles", [&](int32_t px, int32_t py) {
+            const KPoint32 p[3] = {{px, py + up}, {px - half, py - down}, {px + half, py - down}};
+            closedShape(dc, p, 3);
+        });
     });
 }
 
 KESTREL_API void KESTREL_CALL DrawCrosses(KDC dc, const float *x, const float *y, int32_t n, float size) {
-    if (!validSize(size)) return;
-    const int32_t a = extent(size, 0.4, 1);
-    drawEach(dc, x, y, n, size, "DrawCrosses", [&](int32_t px, int32_t py) {
-        // A line leaves out its end pixel: one step further keeps the arms equal.
-        segment(dc, px - a, py - a, px + a + 1, py + a + 1);
-        segment(dc, px - a, py + a, px + a + 1, py - a - 1);
+    return kestrel::guarded<void>("DrawCrosses", [&]() -> void {
+        if (!validSize(size)) return;
+        const int32_t a = extent(size, 0.4, 1);
+        drawEach(dc, x, y, n, size, "DrawCrosses", [&](int32_t px, int32_t py) {
+            // A line leaves out its end pixel: one step further keeps the arms equal.
+            segment(dc, px - a, py - a, px + a + 1, py + a + 1);
+            segment(dc, px - a, py + a, px + a + 1, py - a - 1);
+        });
     });
 }
 
 KESTREL_API void KESTREL_CALL DrawPluses(KDC dc, const float *x, const float *y, int32_t n, float size) {
-    if (!validSize(size)) return;
-    const int32_t a = extent(size, 0.5, 1);
-    drawEach(dc, x, y, n, size, "DrawPluses", [&](int32_t px, int32_t py) {
-        segment(dc, px - a, py, px + a + 1, py);
-        segment(dc, px, py - a, px, py + a + 1);
+    return kestrel::guarded<void>("DrawPluses", [&]() -> void {
+        if (!validSize(size)) return;
+        const int32_t a = extent(size, 0.5, 1);
+        drawEach(dc, x, y, n, size, "DrawPluses", [&](int32_t px, int32_t py) {
+            segment(dc, px - a, py, px + a + 1, py);
+            segment(dc, px, py - a, px, py + a + 1);
+        });
     });
 }
 
 KESTREL_API void KESTREL_CALL DrawStars(KDC dc, const float *x, const float *y, int32_t n, float size) {
-    if (!validSize(size)) return;
-    DrawPluses(dc, x, y, n, size);
-    DrawCrosses(dc, x, y, n, size * 0.85f);
+    return kestrel::guarded<void>("DrawStars", [&]() -> void {
+        if (!validSize(size)) return;
+        DrawPluses(dc, x, y, n, size);
+        DrawCrosses(dc, x, y, n, size * 0.85f);
+    });
 }
 
 KESTREL_API void KESTREL_CALL DrawSymbols(KDC dc, KFILE psFile, const float *x, const float *y, int32_t n,
                                           int32_t type, float size) {
-    if (!x || !y || n < 1 || !validSize(size)) return;
-    using Routine = void(KESTREL_CALL *)(KDC, const float *, const float *, int32_t, float);
-    static const Routine routines[8] = {DrawDots,  DrawSquares, DrawDiamonds, DrawTriangles, DrawInvTriangles,
-                                        DrawStars, DrawCrosses, DrawPluses};
-    if (dc && type >= 1 && type <= 8) routines[type - 1](dc, x, y, n, size);
-    if (!psFile) return;
-    // PostScript clamps the type: 0 writes dots and 9 upright crosses.
-    const int32_t t = type < 1 ? 1 : type > 8 ? 8 : type;
-    char line[160];
-    std::snprintf(line, sizeof line, "%s\n", szPSlWidth[0]);
-    kestrel::psWrite(psFile, line);
-    for (int32_t i = 0; i < n; ++i) {
-        if (x[i] == xmiss || y[i] == xmiss) continue;
-        std::snprintf(line, sizeof line, "%g %g %g %s\n", x[i], y[i], size * 10, szPSsymbName[t - 1]);
+    return kestrel::guarded<void>("DrawSymbols", [&]() -> void {
+        if (!x || !y || n < 1 || !validSize(size)) return;
+        using Routine = void(KESTREL_CALL *)(KDC, const float *, const float *, int32_t, float);
+        static const Routine routines[8] = {DrawDots,  DrawSquares, DrawDiamonds, DrawTriangles, DrawInvTriangles,
+                                            DrawStars, DrawCrosses, DrawPluses};
+        if (dc && type >= 1 && type <= 8) routines[type - 1](dc, x, y, n, size);
+        if (!psFile) return;
+        // PostScript clamps the type: 0 writes dots and 9 upright crosses.
+        const int32_t t = type < 1 ? 1 : type > 8 ? 8 : type;
+        char line[160];
+        std::snprintf(line, sizeof line, "%s\n", szPSlWidth[0]);
         kestrel::psWrite(psFile, line);
-    }
+        for (int32_t i = 0; i < n; ++i) {
+            if (x[i] == xmiss || y[i] == xmiss) continue;
+            std::snprintf(line, sizeof line, "%g %g %g %s\n", x[i], y[i], size * 10, szPSsymbName[t - 1]);
+            kestrel::psWrite(psFile, line);
+        }
+    });
 }
 
 }  // extern "C"

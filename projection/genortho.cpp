@@ -9,6 +9,7 @@
 // 5 and 6 only rebuild the table for the final centre.
 #include <cmath>
 
+#include "base/guard.h"
 #include "kestrel/projection.h"
 #include "projection/projections.h"
 
@@ -145,13 +146,17 @@ extern "C" {
 
 KESTREL_API int32_t KESTREL_CALL SetupGenOrthoProj(float *lonMin, float *lonMax, float *centreLon, float *latMin,
                                                    float *latMax, float *centreLat) {
-    if (!lonMin || !lonMax || !centreLon || !latMin || !latMax || !centreLat) return 0;
-    return setupGenOrtho(gProj, proj, *lonMin, *lonMax, *centreLon, *latMin, *latMax, *centreLat);
+    return kestrel::guarded<int32_t>("SetupGenOrthoProj", [&]() -> int32_t {
+        if (!lonMin || !lonMax || !centreLon || !latMin || !latMax || !centreLat) return 0;
+        return setupGenOrtho(gProj, proj, *lonMin, *lonMax, *centreLon, *latMin, *latMax, *centreLat);
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL SwitchOrthoProj(int32_t *projCode, float centreLat, float latMin, float latMax) {
-    if (!projCode) return 0;
-    return switchOrthoProj(*projCode, centreLat, latMin, latMax) ? 1 : 0;
+    return kestrel::guarded<int32_t>("SwitchOrthoProj", [&]() -> int32_t {
+        if (!projCode) return 0;
+        return switchOrthoProj(*projCode, centreLat, latMin, latMax) ? 1 : 0;
+    });
 }
 
 }  // extern "C"

@@ -6,6 +6,7 @@
 // domain) is walked instead.
 #include <cmath>
 
+#include "base/guard.h"
 #include "kestrel/projection.h"
 #include "projection/projections.h"
 
@@ -37,33 +38,35 @@ extern "C" {
 
 KESTREL_API void KESTREL_CALL GetMapProjBB(float lonMin, float lonMax, float latMin, float latMax, float *xMin,
                                            float *xMax, float *yMin, float *yMax) {
-    if (!xMin || !xMax || !yMin || !yMax) return;
-    Box box = {-xmiss, xmiss, -xmiss, xmiss};
-    const double lon0 = lonMin, lon1 = lonMax, lat0 = latMin, lat1 = latMax;
+    return kestrel::guarded<void>("GetMapProjBB", [&]() -> void {
+        if (!xMin || !xMax || !yMin || !yMax) return;
+        Box box = {-xmiss, xmiss, -xmiss, xmiss};
+        const double lon0 = lonMin, lon1 = lonMax, lat0 = latMin, lat1 = latMax;
 
-    if (proj == 5 && (lon1 - lon0 > 330.0 || lat1 - lat0 > 150.0)) {
-        for (int k = 0; k <= 360; ++k) {
-            float x = static_cast<float>(std::cos(k * kDegToRad));
-            float y = static_cast<float>(std::sin(k * kDegToRad));
-            UnProject(&x, &y);
-            box.add(clampTo(x, lon0, lon1), clampTo(y, lat0, lat1));
+        if (proj == 5 && (lon1 - lon0 > 330.0 || lat1 - lat0 > 150.0)) {
+            for (int k = 0; k <= 360; ++k) {
+                float x = static_cast<float>(std::cos(k * kDegToRad));
+                float y = static_cast<float>(std::sin(k * kDegToRad));
+                UnProject(&x, &y);
+                box.add(clampTo(x, lon0, lon1), clampTo(y, lat0, lat1));
+            }
+        } else {
+            constexpr int kSteps = 49;
+            constexpr double kStep = 0.020408163;  // 1/49
+            const double dLon = (lon1 - lon0) * kStep, dLat = (lat1 - lat0) * kStep;
+            // Each leg ends exactly on the next corner, so that an unprojected
+            // map (code 0) gets exactly its domain back.
+            box.add(lon0, lat0);
+            for (int k = 1; k <= kSteps; ++k) box.add(k == kSteps ? lon1 : lon0 + k * dLon, lat0);
+            for (int k = 1; k <= kSteps; ++k) box.add(lon1, k == kSteps ? lat1 : lat0 + k * dLat);
+            for (int k = 1; k <= kSteps; ++k) box.add(k == kSteps ? lon0 : lon1 - k * dLon, lat1);
+            for (int k = 1; k <= kSteps; ++k) box.add(lon0, k == kSteps ? lat0 : lat1 - k * dLat);
         }
-    } else {
-        constexpr int kSteps = 49;
-        constexpr double kStep = 0.020408163;  // 1/49
-        const double dLon = (lon1 - lon0) * kStep, dLat = (lat1 - lat0) * kStep;
-        // Each leg ends exactly on the next corner, so that an unprojected
-        // map (code 0) gets exactly its domain back.
-        box.add(lon0, lat0);
-        for (int k = 1; k <= kSteps; ++k) box.add(k == kSteps ? lon1 : lon0 + k * dLon, lat0);
-        for (int k = 1; k <= kSteps; ++k) box.add(lon1, k == kSteps ? lat1 : lat0 + k * dLat);
-        for (int k = 1; k <= kSteps; ++k) box.add(k == kSteps ? lon0 : lon1 - k * dLon, lat1);
-        for (int k = 1; k <= kSteps; ++k) box.add(lon0, k == kSteps ? lat0 : lat1 - k * dLat);
-    }
-    *xMin = box.xMin;
-    *xMax = box.xMax;
-    *yMin = box.yMin;
-    *yMax = box.yMax;
+        *xMin = box.xMin;
+        *xMax = box.xMax;
+        *yMin = box.yMin;
+        *yMax = box.yMax;
+    });
 }
 
 }  // extern "C"

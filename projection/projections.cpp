@@ -1,4 +1,5 @@
 // The projection table, the map state and the exported forward and inverse.
+#include "base/guard.h"
 #include "projection/projections.h"
 
 #include <cmath>
@@ -57,25 +58,33 @@ using namespace kestrel;
 extern "C" {
 
 KESTREL_API void KESTREL_CALL Project(float *x, float *y) {
-    if (!x || !y) return;
-    double px = *x, py = *y;
-    projectionFor(proj).forward(gProj, px, py);
-    *x = static_cast<float>(px);
-    *y = static_cast<float>(py);
+    return kestrel::guarded<void>("Project", [&]() -> void {
+        if (!x || !y) return;
+        double px = *x, py = *y;
+        projectionFor(proj).forward(gProj, px, py);
+        *x = static_cast<float>(px);
+        *y = static_cast<float>(py);
+    });
 }
 
 KESTREL_API void KESTREL_CALL UnProject(float *x, float *y) {
-    if (!x || !y) return;
-    double px = *x, py = *y;
-    projectionFor(proj).inverse(gProj, px, py);
-    *x = static_cast<float>(px);
-    *y = static_cast<float>(py);
+    return kestrel::guarded<void>("UnProject", [&]() -> void {
+        if (!x || !y) return;
+        double px = *x, py = *y;
+        projectionFor(proj).inverse(gProj, px, py);
+        *x = static_cast<float>(px);
+        *y = static_cast<float>(py);
+    });
 }
 
-KESTREL_API double KESTREL_CALL lonVisibleRange(float lat) { return visibleLonRange(gProj, lat); }
+KESTREL_API double KESTREL_CALL lonVisibleRange(float lat) {
+    return kestrel::guarded<double>("lonVisibleRange", [&]() -> double { return visibleLonRange(gProj, lat); });
+}
 
 KESTREL_API int32_t KESTREL_CALL IsProjMapCoord(float x, float y) {
-    return projectionFor(proj).onMap(x, y) ? 1 : 0;
+    return kestrel::guarded<int32_t>("IsProjMapCoord", [&]() -> int32_t {
+        return projectionFor(proj).onMap(x, y) ? 1 : 0;
+    });
 }
 
 }  // extern "C"

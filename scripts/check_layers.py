@@ -2,6 +2,7 @@
 """Checks that every #include in the library runs downward through its layers.
 
 The rooms, deepest first:
+    base              what every room shares: the interface's exception guard
     platform          the operating and window system (platform/)
     util, numerics    file and string utilities; linear algebra, fitting
     frame             shared state, start-up services, error log, status bar
@@ -31,7 +32,7 @@ RANK = {
     "contour": 6, "grid": 6, "maps": 6, "ocean": 6, "interactive": 6,
     "startup": 7, "cli": 8, "python": 9, "bench": 9, "tests": 9, "tools": 9,
 }
-LIBRARY = ["platform", "util", "numerics", "frame", "projection", "plot", "contour", "grid", "maps", "ocean",
+LIBRARY = ["base", "platform", "util", "numerics", "frame", "projection", "plot", "contour", "grid", "maps", "ocean",
            "interactive", "startup", "cli"]
 
 PUBLIC = {

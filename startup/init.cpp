@@ -5,6 +5,8 @@
 #include "kestrel/frame.h"
 #include "kestrel/postscript.h"
 #include "kestrel/usrsys.h"
+#include "base/guard.h"
+#include "frame/message.h"
 #include "maps/startup.h"
 #include "platform/platform.h"
 #include "plot/textstate.h"
@@ -14,23 +16,26 @@ bool g_started = false;  // the once-per-process part has run
 }
 
 extern "C" KESTREL_API void KESTREL_CALL initKestrel(void) {
-    using namespace kestrel;
-    sysInfo.osVersion.dwOSVersionInfoSize = sizeof(KOSVersionInfo);  // 148
-    plat::osVersion(&sysInfo.osVersion);
-    plat::userName(sysInfo.userName, sizeof sysInfo.userName);
-    plat::computerName(sysInfo.computerName, sizeof sysInfo.computerName);
-    InitCGS(nullptr, &mCGS);
-    hBP = static_cast<KPEN>(plat::getStockObject(plat::StockBlackPen));
-    hBB = static_cast<KBRUSH>(plat::getStockObject(plat::StockBlackBrush));
-    if (!g_started) {
-        g_started = true;
-        // Palette-index colours on a canvas are the library's colour table.
-        plat::setIndexColours(Vcolor);
-        SetDfltFont(&mFS);
-        gTextLayout = TextLayoutSettings{};
-        useMapAxisStyle();
-        szErrorLogFile[0] = '\0';
-    }
+    return kestrel::guarded<void>("initKestrel", [&]() -> void {
+        using namespace kestrel;
+        sysInfo.osVersion.dwOSVersionInfoSize = sizeof(KOSVersionInfo);  // 148
+        plat::osVersion(&sysInfo.osVersion);
+        plat::userName(sysInfo.userName, sizeof sysInfo.userName);
+        plat::computerName(sysInfo.computerName, sizeof sysInfo.computerName);
+        InitCGS(nullptr, &mCGS);
+        hBP = static_cast<KPEN>(plat::getStockObject(plat::StockBlackPen));
+        hBB = static_cast<KBRUSH>(plat::getStockObject(plat::StockBlackBrush));
+        if (!g_started) {
+            g_started = true;
+            // Palette-index colours on a canvas are the library's colour table.
+            plat::setIndexColours(Vcolor);
+            gFailureReporter = reportOutOfMemory;
+            SetDfltFont(&mFS);
+            gTextLayout = TextLayoutSettings{};
+            useMapAxisStyle();
+            szErrorLogFile[0] = '\0';
+        }
+    });
 }
 
 void kestrel::plat::onLibraryLoad() { initKestrel(); }

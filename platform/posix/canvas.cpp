@@ -19,10 +19,12 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 #include <unordered_set>
 #include <vector>
 
+#include "base/guard.h"
 #include "kestrel/canvas.h"
 #include "platform/platform.h"
 
@@ -96,8 +98,18 @@ Object *obj(GdiObj h) {
     return g_liveObjects.count(o) ? o : nullptr;
 }
 
-Object *track(Object *o) {
-    g_liveObjects.insert(o);
+// A new object of the canvas, or null when there is no memory for it (as
+// GDI's Create* calls fail): the drawing code checks, and it is called from
+// destructors, where an exception would end the process.
+Object *track(Kind kind) {
+    Object *o = new (std::nothrow) Object(kind);
+    if (!o) return nullptr;
+    try {
+        g_liveObjects.insert(o);
+    } catch (...) {
+        delete o;
+        return nullptr;
+    }
     return o;
 }
 
@@ -449,92 +461,121 @@ double applyFont(KCanvas *c) {
 extern "C" {
 
 KESTREL_API KDC KESTREL_CALL KCanvasCreate(int32_t width, int32_t height) {
-    if (width <= 0 || height <= 0 || static_cast<int64_t>(width) * height > (int64_t{1} << 28)) return nullptr;
-    cairo_surface_t *s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
-    if (cairo_surface_status(s) != CAIRO_STATUS_SUCCESS) {
-        cairo_surface_destroy(s);
-        return nullptr;
-    }
-    auto *c = new KCanvas;
-    g_liveCanvases.insert(c);
-    c->surface = s;
-    c->cr = cairo_create(s);
-    c->w = width;
-    c->h = height;
-    cairo_set_antialias(c->cr, CAIRO_ANTIALIAS_NONE);
-    cairo_set_source_rgb(c->cr, 1, 1, 1);
-    cairo_paint(c->cr);
-    return c;
+    return kestrel::guarded<KDC>("KCanvasCreate", [&]() -> KDC {
+        if (width <= 0 || height <= 0 || static_cast<int64_t>(width) * height > (int64_t{1} << 28)) return nullptr;
+        cairo_surface_t *s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+        if (cairo_surface_status(s) != CAIRO_STATUS_SUCCESS) {
+            cairo_surface_destroy(s);
+            return nullptr;
+        }
+        auto *c = new (std::nothrow) KCanvas;
+        if (c) {
+            try {
+                g_liveCanvases.insert(c);
+            } catch (...) {
+                delete c;
+                c = nullptr;
+            }
+        }
+        if (!c) {
+            cairo_surface_destroy(s);
+            return nullptr;
+        }
+        c->surface = s;
+        c->cr = cairo_create(s);
+        c->w = width;
+        c->h = height;
+        cairo_set_antialias(c->cr, CAIRO_ANTIALIAS_NONE);
+        cairo_set_source_rgb(c->cr, 1, 1, 1);
+        cairo_paint(c->cr);
+        return c;
+    });
 }
 
 KESTREL_API void KESTREL_CALL KCanvasDestroy(KDC c) {
-    c = live(c);
-    if (!c) return;
-    g_liveCanvases.erase(c);
-    letGo(c->pen);
-    letGo(c->brush);
-    letGo(c->font);
-    letGo(c->palette);
-    cairo_destroy(c->cr);
-    cairo_surface_destroy(c->surface);
-    delete c;
+    return kestrel::guarded<void>("KCanvasDestroy", [&]() -> void {
+        c = live(c);
+        if (!c) return;
+        g_liveCanvases.erase(c);
+        letGo(c->pen);
+        letGo(c->brush);
+        letGo(c->font);
+        letGo(c->palette);
+        cairo_destroy(c->cr);
+        cairo_surface_destroy(c->surface);
+        delete c;
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL KCanvasSavePNG(KDC c, const char *fileName) {
-    c = live(c);
-    if (!c || !fileName) return 0;
-    cairo_surface_flush(c->surface);
-    return cairo_surface_write_to_png(c->surface, fileName) == CAIRO_STATUS_SUCCESS ? 1 : 0;
+    return kestrel::guarded<int32_t>("KCanvasSavePNG", [&]() -> int32_t {
+        c = live(c);
+        if (!c || !fileName) return 0;
+        cairo_surface_flush(c->surface);
+        return cairo_surface_write_to_png(c->surface, fileName) == CAIRO_STATUS_SUCCESS ? 1 : 0;
+    });
 }
 
 KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
-    c = live(c);
-    if (!c || x < 0 || y < 0 || x >= c->w || y >= c->h) return 0xFFFFFFFFu;
-    cairo_surface_flush(c->surface);
-    const unsigned char *data = cairo_image_surface_get_data(c->surface);
-    int stride = cairo_image_surface_get_stride(c->surface);
-    uint32_t px;
-    std::memcpy(&px, data + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * 4, 4);
-    uint32_t r = (px >> 16) & 0xFF, g = (px >> 8) & 0xFF, b = px & 0xFF;
-    return r | (g << 8) | (b << 16);
+    return kestrel::guardedOr<uint32_t>("KCanvasGetPixel", 0xFFFFFFFFu, [&]() -> uint32_t {
+        c = live(c);
+        if (!c || x < 0 || y < 0 || x >= c->w || y >= c->h) return 0xFFFFFFFFu;
+        cairo_surface_flush(c->surface);
+        const unsigned char *data = cairo_image_surface_get_data(c->surface);
+        int stride = cairo_image_surface_get_stride(c->surface);
+        uint32_t px;
+        std::memcpy(&px, data + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * 4, 4);
+        uint32_t r = (px >> 16) & 0xFF, g = (px >> 8) & 0xFF, b = px & 0xFF;
+        return r | (g << 8) | (b << 16);
+    });
 }
 
 KESTREL_API const uint8_t *KESTREL_CALL KCanvasPixels(KDC c, int32_t *stride) {
-    c = live(c);
-    if (stride) *stride = 0;
-    if (!c) return nullptr;
-    cairo_surface_flush(c->surface);
-    if (stride) *stride = cairo_image_surface_get_stride(c->surface);
-    return cairo_image_surface_get_data(c->surface);
+    return kestrel::guarded<const uint8_t *>("KCanvasPixels", [&]() -> const uint8_t * {
+        c = live(c);
+        if (stride) *stride = 0;
+        if (!c) return nullptr;
+        cairo_surface_flush(c->surface);
+        if (stride) *stride = cairo_image_surface_get_stride(c->surface);
+        return cairo_image_surface_get_data(c->surface);
+    });
 }
 
 KESTREL_API void KESTREL_CALL KCanvasSelectBrush(KDC c, KCOLORREF colour) {
-    c = live(c);
-    if (!c) return;
-    // The canvas owns what it makes here: the object goes when it is replaced
-    // or the canvas is destroyed.
-    kestrel::plat::GdiObj made = kestrel::plat::createSolidBrush(colour);
-    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, made);
-    kestrel::plat::deleteObject(made);
-    kestrel::plat::deleteObject(old);  // stock objects are never deleted
+    return kestrel::guarded<void>("KCanvasSelectBrush", [&]() -> void {
+        c = live(c);
+        if (!c) return;
+        // The canvas owns what it makes here: the object goes when it is replaced
+        // or the canvas is destroyed.
+        kestrel::plat::GdiObj made = kestrel::plat::createSolidBrush(colour);
+        kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, made);
+        kestrel::plat::deleteObject(made);
+        kestrel::plat::deleteObject(old);  // stock objects are never deleted
+    });
 }
 
 KESTREL_API void KESTREL_CALL KCanvasSelectPen(KDC c, int32_t style, int32_t width, KCOLORREF colour) {
-    c = live(c);
-    if (!c) return;
-    kestrel::plat::GdiObj made = kestrel::plat::createPen(style, width, colour);
-    kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, made);
-    kestrel::plat::deleteObject(made);
-    kestrel::plat::deleteObject(old);
+    return kestrel::guarded<void>("KCanvasSelectPen", [&]() -> void {
+        c = live(c);
+        if (!c) return;
+        kestrel::plat::GdiObj made = kestrel::plat::createPen(style, width, colour);
+        kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, made);
+        kestrel::plat::deleteObject(made);
+        kestrel::plat::deleteObject(old);
+    });
 }
 
 KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC c) {
-    c = live(c);
-    return c ? c->w : 0;
+    return kestrel::guarded<int32_t>("KCanvasWidth", [&]() -> int32_t {
+        c = live(c);
+        return c ? c->w : 0;
+    });
 }
 KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC c) {
-    c = live(c);
-    return c ? c->h : 0;
+    return kestrel::guarded<int32_t>("KCanvasHeight", [&]() -> int32_t {
+        c = live(c);
+        return c ? c->h : 0;
+    });
 }
 
 }  // extern "C"
@@ -601,7 +642,8 @@ bool deleteObject(GdiObj h) {
 }
 
 KPEN createPen(int style, int width, KCOLORREF colour) {
-    auto *o = track(new Object(Kind::Pen));
+    auto *o = track(Kind::Pen);
+    if (!o) return nullptr;
     o->style = style;
     o->width = width < 1 ? 1 : width;
     o->colour = colour;
@@ -610,21 +652,28 @@ KPEN createPen(int style, int width, KCOLORREF colour) {
 }
 
 KBRUSH createSolidBrush(KCOLORREF colour) {
-    auto *o = track(new Object(Kind::Brush));
+    auto *o = track(Kind::Brush);
+    if (!o) return nullptr;
     o->colour = colour;
     return reinterpret_cast<KBRUSH>(o);
 }
 
 KFONT createFont(int height, int, int escapement, int, int weight, bool italic, bool underline, bool strikeOut,
                  const char *face) {
-    auto *o = track(new Object(Kind::Font));
+    auto *o = track(Kind::Font);
+    if (!o) return nullptr;
     o->height = height;
     o->escapement = escapement;
     o->weight = weight;
     o->italic = italic;
     o->underline = underline;
     o->strikeOut = strikeOut;
-    o->face = face ? face : "";
+    try {
+        o->face = face ? face : "";
+    } catch (...) {
+        deleteObject(o);
+        return nullptr;
+    }
     return reinterpret_cast<KFONT>(o);
 }
 
@@ -658,8 +707,14 @@ int getSystemMetrics(int index) {
 
 KPALETTE createPalette(const PaletteEntry *entries, int count) {
     if (count < 1 || count > 65536 || !entries) return nullptr;
-    auto *o = track(new Object(Kind::Palette));
-    o->entries.assign(entries, entries + count);
+    auto *o = track(Kind::Palette);
+    if (!o) return nullptr;
+    try {
+        o->entries.assign(entries, entries + count);
+    } catch (...) {
+        deleteObject(o);
+        return nullptr;
+    }
     return reinterpret_cast<KPALETTE>(o);
 }
 

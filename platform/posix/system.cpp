@@ -12,6 +12,7 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
+#include "base/guard.h"
 #include "platform/platform.h"
 
 struct KFile_ {
@@ -162,14 +163,20 @@ KFILE fileOpenAlways(const char *path) {
 extern "C" {
 
 KESTREL_API int32_t KESTREL_CALL KFileWriteText(KFILE file, const char *text) {
-    if (!file || !text) return -1;
-    return static_cast<int32_t>(kestrel::plat::fileWriteText(file, text));
+    return kestrel::guarded<int32_t>("KFileWriteText", [&]() -> int32_t {
+        if (!file || !text) return -1;
+        return static_cast<int32_t>(kestrel::plat::fileWriteText(file, text));
+    });
 }
 
-KESTREL_API void KESTREL_CALL KFileClose(KFILE file) { kestrel::plat::fileClose(file); }
+KESTREL_API void KESTREL_CALL KFileClose(KFILE file) {
+    return kestrel::guarded<void>("KFileClose", [&]() -> void { kestrel::plat::fileClose(file); });
+}
 
 KESTREL_API KFILE KESTREL_CALL KFileOpenRead(const char *path) {
-    return path ? kestrel::plat::fileOpenReadExclusive(path) : nullptr;
+    return kestrel::guarded<KFILE>("KFileOpenRead", [&]() -> KFILE {
+        return path ? kestrel::plat::fileOpenReadExclusive(path) : nullptr;
+    });
 }
 
 }  // extern "C"

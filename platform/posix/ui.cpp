@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/guard.h"
 #include "kestrel/canvas.h"
 #include "platform/platform.h"
 
@@ -20,10 +21,12 @@ std::string g_statusParts[4];
 }  // namespace
 
 extern "C" KESTREL_API void KESTREL_CALL KestrelSetUICallbacks(const KUICallbacks *callbacks) {
-    if (callbacks)
-        g_cb = *callbacks;
-    else
-        g_cb = KUICallbacks{};
+    return kestrel::guarded<void>("KestrelSetUICallbacks", [&]() -> void {
+        if (callbacks)
+            g_cb = *callbacks;
+        else
+            g_cb = KUICallbacks{};
+    });
 }
 
 namespace kestrel::plat {
