@@ -1,0 +1,361 @@
+// The POSIX canvas: the exported canvas calls and the GDI objects (pens,
+// brushes, fonts, palettes) with their handle checks.
+#include <cairo-ft.h>
+#include <cairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "base/guard.h"
+#include "platform/posix/canvas_internal.h"
+
+namespace kestrel::canvas {
+
+Object g_stock[9] = {
+    {Kind::Brush, 0xFFFFFF}, {Kind::Brush, 0xC0C0C0}, {Kind::Brush, 0x808080},
+    {Kind::Brush, 0x404040}, {Kind::Brush, 0x000000}, {Kind::Brush, 0, 0, true},
+    {Kind::Pen, 0xFFFFFF},   {Kind::Pen, 0x000000},   {Kind::Pen, 0, 5, true},
+};
+Object g_systemFont = [] {
+    Object f{Kind::Font, 0};
+    f.height = -16;
+    f.face = "Arial";
+    return f;
+}();
+Object g_defaultPalette{Kind::Palette, 0};
+
+// Handles are checked the way GDI checks them: a canvas or object that was
+// destroyed (or never created) is not a handle, and every call given one
+// fails as for a null handle instead of touching freed memory. A host may
+// keep a handle in a global after destroying it; so may the library
+// (VCFontHDC names the canvas that holds the library font).
+std::unordered_set<const KCanvas *> g_liveCanvases;
+std::unordered_set<const Object *> g_liveObjects;
+
+KCanvas *live(KDC c) { return c && g_liveCanvases.count(c) ? c : nullptr; }
+
+Object *obj(GdiObj h) {
+    Object *o = static_cast<Object *>(h);
+    if (!o) return nullptr;
+    if (o >= g_stock && o < g_stock + 9) return o;
+    if (o == &g_systemFont || o == &g_defaultPalette) return o;
+    return g_liveObjects.count(o) ? o : nullptr;
+}
+
+// A new object of the canvas, or null when there is no memory for it (as
+// GDI's Create* calls fail): the drawing code checks, and it is called from
+// destructors, where an exception would end the process.
+Object *track(Kind kind) {
+    Object *o = new (std::nothrow) Object(kind);
+    if (!o) return nullptr;
+    try {
+        g_liveObjects.insert(o);
+    } catch (...) {
+        delete o;
+        return nullptr;
+    }
+    return o;
+}
+
+// An object selected into a canvas is released when the last canvas lets
+// go of it, as GDI defers the deletion of a selected object.
+void hold(Object *o) {
+    if (o && !o->stock) ++o->selected;
+}
+void letGo(Object *o) {
+    if (!o || o->stock) return;
+    if (--o->selected <= 0 && o->doomed) {
+        g_liveObjects.erase(o);
+        delete o;
+    }
+}
+
+const uint8_t (*g_indexColours)[3] = nullptr;
+
+}  // namespace kestrel::canvas
+
+using namespace kestrel::canvas;
+
+// ---- Exported canvas API -------------------------------------------------------
+
+extern "C" {
+
+KESTREL_API KDC KESTREL_CALL KCanvasCreate(int32_t width, int32_t height) {
+    return kestrel::guarded<KDC>("KCanvasCreate", [&]() -> KDC {
+        if (width <= 0 || height <= 0 || static_cast<int64_t>(width) * height > (int64_t{1} << 28)) return nullptr;
+        cairo_surface_t *s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
+        if (cairo_surface_status(s) != CAIRO_STATUS_SUCCESS) {
+            cairo_surface_destroy(s);
+            return nullptr;
+        }
+        auto *c = new (std::nothrow) KCanvas;
+        if (c) {
+            try {
+                g_liveCanvases.insert(c);
+            } catch (...) {
+                delete c;
+                c = nullptr;
+            }
+        }
+        if (!c) {
+            cairo_surface_destroy(s);
+            return nullptr;
+        }
+        c->surface = s;
+        c->cr = cairo_create(s);
+        c->w = width;
+        c->h = height;
+        cairo_set_antialias(c->cr, CAIRO_ANTIALIAS_NONE);
+        cairo_set_source_rgb(c->cr, 1, 1, 1);
+        cairo_paint(c->cr);
+        return c;
+    });
+}
+
+KESTREL_API void KESTREL_CALL KCanvasDestroy(KDC c) {
+    return kestrel::guarded<void>("KCanvasDestroy", [&]() -> void {
+        c = live(c);
+        if (!c) return;
+        g_liveCanvases.erase(c);
+        letGo(c->pen);
+        letGo(c->brush);
+        letGo(c->font);
+        letGo(c->palette);
+        cairo_destroy(c->cr);
+        cairo_surface_destroy(c->surface);
+        delete c;
+    });
+}
+
+KESTREL_API int32_t KESTREL_CALL KCanvasSavePNG(KDC c, const char *fileName) {
+    return kestrel::guarded<int32_t>("KCanvasSavePNG", [&]() -> int32_t {
+        c = live(c);
+        if (!c || !fileName) return 0;
+        cairo_surface_flush(c->surface);
+        return cairo_surface_write_to_png(c->surface, fileName) == CAIRO_STATUS_SUCCESS ? 1 : 0;
+    });
+}
+
+KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
+    return kestrel::guardedOr<uint32_t>("KCanvasGetPixel", 0xFFFFFFFFu, [&]() -> uint32_t {
+        c = live(c);
+        if (!c || x < 0 || y < 0 || x >= c->w || y >= c->h) return 0xFFFFFFFFu;
+        cairo_surface_flush(c->surface);
+        const unsigned char *data = cairo_image_surface_get_data(c->surface);
+        int stride = cairo_image_surface_get_stride(c->surface);
+        uint32_t px;
+        std::memcpy(&px, data + static_cast<size_t>(y) * stride + static_cast<size_t>(x) * 4, 4);
+        uint32_t r = (px >> 16) & 0xFF, g = (px >> 8) & 0xFF, b = px & 0xFF;
+        return r | (g << 8) | (b << 16);
+    });
+}
+
+KESTREL_API const uint8_t *KESTREL_CALL KCanvasPixels(KDC c, int32_t *stride) {
+    return kestrel::guarded<const uint8_t *>("KCanvasPixels", [&]() -> const uint8_t * {
+        c = live(c);
+        if (stride) *stride = 0;
+        if (!c) return nullptr;
+        cairo_surface_flush(c->surface);
+        if (stride) *stride = cairo_image_surface_get_stride(c->surface);
+        return cairo_image_surface_get_data(c->surface);
+    });
+}
+
+KESTREL_API void KESTREL_CALL KCanvasSelectBrush(KDC c, KCOLORREF colour) {
+    return kestrel::guarded<void>("KCanvasSelectBrush", [&]() -> void {
+        c = live(c);
+        if (!c) return;
+        // The canvas owns what it makes here: the object goes when it is replaced
+        // or the canvas is destroyed.
+        kestrel::plat::GdiObj made = kestrel::plat::createSolidBrush(colour);
+        kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, made);
+        kestrel::plat::deleteObject(made);
+        kestrel::plat::deleteObject(old);  // stock objects are never deleted
+    });
+}
+
+KESTREL_API void KESTREL_CALL KCanvasSelectPen(KDC c, int32_t style, int32_t width, KCOLORREF colour) {
+    return kestrel::guarded<void>("KCanvasSelectPen", [&]() -> void {
+        c = live(c);
+        if (!c) return;
+        kestrel::plat::GdiObj made = kestrel::plat::createPen(style, width, colour);
+        kestrel::plat::GdiObj old = kestrel::plat::selectObject(c, made);
+        kestrel::plat::deleteObject(made);
+        kestrel::plat::deleteObject(old);
+    });
+}
+
+KESTREL_API int32_t KESTREL_CALL KCanvasWidth(KDC c) {
+    return kestrel::guarded<int32_t>("KCanvasWidth", [&]() -> int32_t {
+        c = live(c);
+        return c ? c->w : 0;
+    });
+}
+KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC c) {
+    return kestrel::guarded<int32_t>("KCanvasHeight", [&]() -> int32_t {
+        c = live(c);
+        return c ? c->h : 0;
+    });
+}
+
+}  // extern "C"
+
+namespace kestrel::plat {
+
+void setIndexColours(const uint8_t (*table)[3]) { g_indexColours = table; }
+
+GdiObj getStockObject(int which) {
+    if (which >= 0 && which <= StockNullPen) return &g_stock[which];
+    if (which == StockSystemFont) return &g_systemFont;
+    return nullptr;
+}
+
+GdiObj selectObject(KDC c, GdiObj h) {
+    c = live(c);
+    Object *o = obj(h), *old = nullptr;
+    if (!o) return nullptr;
+    if (!c) {
+        // Nothing can hold a fresh object that missed its canvas (the
+        // library's routines create and select in one step, and find it again
+        // only through the selection): release it rather than lose it. A
+        // later delete of the handle fails harmlessly.
+        if (!o->stock && o->selected == 0) {
+            g_liveObjects.erase(o);
+            delete o;
+        }
+        return nullptr;
+    }
+    switch (o->kind) {
+    case Kind::Pen:
+        old = c->pen;
+        c->pen = o;
+        c->dashPos = 0;
+        break;
+    case Kind::Brush:
+        old = c->brush;
+        c->brush = o;
+        break;
+    case Kind::Font:
+        old = c->font;
+        c->font = o;
+        break;
+    case Kind::Palette: return nullptr;  // palettes go through selectPalette
+    }
+    hold(o);
+    letGo(old);
+    return old;
+}
+
+bool deleteObject(GdiObj h) {
+    Object *o = obj(h);
+    if (!o) return false;
+    if (o->stock) return true;
+    if (o->selected > 0) {
+        o->doomed = true;
+        return true;
+    }
+    g_liveObjects.erase(o);
+    delete o;
+    return true;
+}
+
+KPEN createPen(int style, int width, KCOLORREF colour) {
+    auto *o = track(Kind::Pen);
+    if (!o) return nullptr;
+    o->style = style;
+    o->width = width < 1 ? 1 : width;
+    o->colour = colour;
+    o->null = style == PenNull;
+    return reinterpret_cast<KPEN>(o);
+}
+
+KBRUSH createSolidBrush(KCOLORREF colour) {
+    auto *o = track(Kind::Brush);
+    if (!o) return nullptr;
+    o->colour = colour;
+    return reinterpret_cast<KBRUSH>(o);
+}
+
+KFONT createFont(int height, int, int escapement, int, int weight, bool italic, bool underline, bool strikeOut,
+                 const char *face) {
+    auto *o = track(Kind::Font);
+    if (!o) return nullptr;
+    o->height = height;
+    o->escapement = escapement;
+    o->weight = weight;
+    o->italic = italic;
+    o->underline = underline;
+    o->strikeOut = strikeOut;
+    try {
+        o->face = face ? face : "";
+    } catch (...) {
+        deleteObject(o);
+        return nullptr;
+    }
+    return reinterpret_cast<KFONT>(o);
+}
+
+int getDeviceCaps(KDC c, int index) {
+    c = live(c);
+    if (!c) return 0;
+    switch (index) {
+    case CapHorzSize: return static_cast<int>(std::lround(c->w * 25.4 / 96.0));
+    case CapVertSize: return static_cast<int>(std::lround(c->h * 25.4 / 96.0));
+    case CapHorzRes: return c->w;
+    case CapVertRes: return c->h;
+    case CapBitsPixel: return 24;
+    case CapPlanes: return 1;
+    default: return 0;
+    }
+}
+
+int getSystemMetrics(int index) {
+    switch (index) {
+    case SmCxScreen: return 1920;
+    case SmCyScreen: return 1080;
+    case SmCxVScroll: return 17;
+    case SmCyHScroll: return 17;
+    case SmCyCaption: return 23;
+    case SmCxFrame: return 4;
+    case SmCyFrame: return 4;
+    case SmCyMenu: return 20;
+    default: return 0;
+    }
+}
+
+KPALETTE createPalette(const PaletteEntry *entries, int count) {
+    if (count < 1 || count > 65536 || !entries) return nullptr;
+    auto *o = track(Kind::Palette);
+    if (!o) return nullptr;
+    try {
+        o->entries.assign(entries, entries + count);
+    } catch (...) {
+        deleteObject(o);
+        return nullptr;
+    }
+    return reinterpret_cast<KPALETTE>(o);
+}
+
+KPALETTE selectPalette(KDC c, KPALETTE pal, bool) {
+    c = live(c);
+    Object *p = obj(reinterpret_cast<GdiObj>(pal));
+    if (!c || !p || p->kind != Kind::Palette) return nullptr;
+    Object *old = c->palette;
+    c->palette = p;
+    hold(p);
+    letGo(old);
+    return reinterpret_cast<KPALETTE>(old);
+}
+
+unsigned realizePalette(KDC c) {
+    c = live(c);
+    return c ? static_cast<unsigned>(c->palette->entries.size()) : 0;
+}
+
+}  // namespace kestrel::plat

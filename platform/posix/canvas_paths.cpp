@@ -1,0 +1,117 @@
+// The POSIX canvas's paths and clip regions.
+#include <cairo-ft.h>
+#include <cairo.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "base/guard.h"
+#include "platform/posix/canvas_internal.h"
+
+namespace kestrel::canvas {
+
+void setClipFromFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, int fillMode, bool intersect) {
+    cairo_t *cr = c->cr;
+    if (!intersect) cairo_reset_clip(cr);
+    cairo_new_path(cr);
+    for (const auto &f : figs) {
+        if (f.size() < 3) continue;
+        cairo_move_to(cr, f[0].x, f[0].y);
+        for (size_t i = 1; i < f.size(); ++i) cairo_line_to(cr, f[i].x, f[i].y);
+        cairo_close_path(cr);
+    }
+    cairo_set_fill_rule(cr, fillMode == kestrel::plat::FillWinding ? CAIRO_FILL_RULE_WINDING
+                                                                   : CAIRO_FILL_RULE_EVEN_ODD);
+    cairo_clip(cr);
+}
+
+}  // namespace kestrel::canvas
+
+using namespace kestrel::canvas;
+
+namespace kestrel::plat {
+
+bool beginPath(KDC c) {
+    c = live(c);
+    if (!c) return false;
+    c->recording = true;
+    c->figures.clear();
+    c->closed.clear();
+    return true;
+}
+
+bool endPath(KDC c) {
+    c = live(c);
+    if (!c || !c->recording) return false;
+    c->recording = false;
+    return true;
+}
+
+bool closeFigure(KDC c) {
+    c = live(c);
+    if (!c || !c->recording || c->closed.empty()) return false;
+    c->closed.back() = true;
+    return true;
+}
+
+bool strokePath(KDC c) {
+    c = live(c);
+    if (!c) return false;
+    for (size_t i = 0; i < c->figures.size(); ++i)
+        strokeChain(c, c->figures[i].data(), static_cast<int>(c->figures[i].size()), c->closed[i]);
+    c->figures.clear();
+    c->closed.clear();
+    return true;
+}
+
+bool fillPath(KDC c) {
+    c = live(c);
+    if (!c) return false;
+    if (brushVisible(c)) fillFigures(c, c->figures, c->brush->colour);
+    c->figures.clear();
+    c->closed.clear();
+    return true;
+}
+
+bool strokeAndFillPath(KDC c) {
+    c = live(c);
+    if (!c) return false;
+    if (brushVisible(c)) fillFigures(c, c->figures, c->brush->colour);
+    return strokePath(c);
+}
+
+bool selectClipPath(KDC c, int mode) {
+    c = live(c);
+    if (!c) return false;
+    setClipFromFigures(c, c->figures, c->fillMode, mode == RgnAnd);
+    c->figures.clear();
+    c->closed.clear();
+    return true;
+}
+
+bool clipRect(KDC c, const Rect *r) {
+    c = live(c);
+    if (!c) return false;
+    cairo_reset_clip(c->cr);
+    if (!r) return true;
+    cairo_new_path(c->cr);
+    cairo_rectangle(c->cr, r->left, r->top, std::max(0.0, static_cast<double>(r->right) - r->left),
+                    std::max(0.0, static_cast<double>(r->bottom) - r->top));
+    cairo_clip(c->cr);
+    return true;
+}
+
+bool clipPolygon(KDC c, const KPoint32 *pts, int n, int fillMode) {
+    c = live(c);
+    if (!c || !pts || n < 3) return false;
+    setClipFromFigures(c, {std::vector<KPoint32>(pts, pts + n)}, fillMode, false);
+    return true;
+}
+
+}  // namespace kestrel::plat
