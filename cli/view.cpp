@@ -45,21 +45,21 @@ struct ViewWindow {
     bool inTool = false, quit = false, grabbed = false;
     int status = 0;
 };
-ViewWindow g_view;
+ViewWindow gView;
 
 // The host's paint: the picture at the scroll position into the window.
 void paintFromPicture() {
-    kestrel::plat::bitBlt(g_view.client, 0, 0, g_view.width, g_view.height, g_view.picture, iHscrollPos,
+    kestrel::plat::bitBlt(gView.client, 0, 0, gView.width, gView.height, gView.picture, iHscrollPos,
                           iVscrollPos);
-    gtk_widget_queue_draw(g_view.area);
+    gtk_widget_queue_draw(gView.area);
 }
 
 gboolean onDraw(GtkWidget *, cairo_t *cr, gpointer) {
     int32_t stride = 0;
-    const uint8_t *pixels = KCanvasPixels(g_view.client, &stride);
+    const uint8_t *pixels = KCanvasPixels(gView.client, &stride);
     if (!pixels) return FALSE;
     cairo_surface_t *s = cairo_image_surface_create_for_data(const_cast<uint8_t *>(pixels), CAIRO_FORMAT_RGB24,
-                                                             g_view.width, g_view.height, stride);
+                                                             gView.width, gView.height, stride);
     cairo_set_source_surface(cr, s, 0, 0);
     cairo_paint(cr);
     cairo_surface_destroy(s);
@@ -67,32 +67,32 @@ gboolean onDraw(GtkWidget *, cairo_t *cr, gpointer) {
 }
 
 // ---- The library's callbacks ----------------------------------------------------
-KDC clientDC(void *, KWND) { return g_view.client; }
-void showClientDC(void *, KWND, KDC) { gtk_widget_queue_draw(g_view.area); }
+KDC clientDC(void *, KWND) { return gView.client; }
+void showClientDC(void *, KWND, KDC) { gtk_widget_queue_draw(gView.area); }
 void captureMouse(void *, KWND w) {
-    if (w && !g_view.grabbed) gtk_grab_add(g_view.area);
-    if (!w && g_view.grabbed) gtk_grab_remove(g_view.area);
-    g_view.grabbed = w != nullptr;
+    if (w && !gView.grabbed) gtk_grab_add(gView.area);
+    if (!w && gView.grabbed) gtk_grab_remove(gView.area);
+    gView.grabbed = w != nullptr;
 }
 void statusPart(void *, int32_t part, const char *text) {
-    if (part == 0) gtk_label_set_text(GTK_LABEL(g_view.part0), text);
-    if (part == 1) gtk_label_set_text(GTK_LABEL(g_view.part1), text);
+    if (part == 0) gtk_label_set_text(GTK_LABEL(gView.part0), text);
+    if (part == 1) gtk_label_set_text(GTK_LABEL(gView.part1), text);
 }
 int32_t getStatusPart(void *, int32_t part, char *buf, int32_t size) {
     if (part < 0 || part > 1 || size <= 0) return 0;
-    const char *t = gtk_label_get_text(GTK_LABEL(part == 0 ? g_view.part0 : g_view.part1));
+    const char *t = gtk_label_get_text(GTK_LABEL(part == 0 ? gView.part0 : gView.part1));
     std::snprintf(buf, static_cast<size_t>(size), "%s", t ? t : "");
     return 1;
 }
 int32_t waitOneMessage(void *) {
-    g_view.message = 0;
+    gView.message = 0;
     gtk_main_iteration_do(TRUE);
-    return static_cast<int32_t>(g_view.quit ? 18 : g_view.message);
+    return static_cast<int32_t>(gView.quit ? 18 : gView.message);
 }
 void setCursor(void *, int32_t kind) {
     static const char *const names[] = {"default", "wait", "crosshair", "move",
                                         "nesw-resize", "nwse-resize", "ns-resize", "ew-resize"};
-    GdkWindow *w = gtk_widget_get_window(g_view.area);
+    GdkWindow *w = gtk_widget_get_window(gView.area);
     if (!w || kind < 0 || kind > 7) return;
     GdkCursor *c = gdk_cursor_new_from_name(gdk_window_get_display(w), names[kind]);
     gdk_window_set_cursor(w, c);
@@ -100,8 +100,8 @@ void setCursor(void *, int32_t kind) {
 }
 int32_t windowRect(void *, KWND, int32_t rect[4]) {
     rect[0] = rect[1] = 0;
-    rect[2] = g_view.width;
-    rect[3] = g_view.height;
+    rect[2] = gView.width;
+    rect[3] = gView.height;
     return 1;
 }
 void updateView(void *, KWND) { paintFromPicture(); }
@@ -137,19 +137,19 @@ void zoomColours() {
 
 template <class F>
 void runTool(F tool) {
-    g_view.inTool = true;
-    VX = g_view.plotX;
-    VY = g_view.plotY;
+    gView.inTool = true;
+    VX = gView.plotX;
+    VY = gView.plotY;
     tool();
     std::fflush(stdout);
-    g_view.inTool = false;
+    gView.inTool = false;
 }
 
 // ---- The window procedure ------------------------------------------------------------
 gboolean onMotion(GtkWidget *, GdkEventMotion *e, gpointer) {
     CM_Xpos = static_cast<int32_t>(e->x);
     CM_Ypos = static_cast<int32_t>(e->y);
-    g_view.message = 512;
+    gView.message = 512;
     return TRUE;
 }
 
@@ -159,8 +159,8 @@ gboolean onPress(GtkWidget *, GdkEventButton *e, gpointer) {
     CM_Ypos = static_cast<int32_t>(e->y);
     const int button = e->button == 3 ? KB_RIGHT : KB_LEFT;
     if (button == KB_LEFT) CM_Bstatus = 1;
-    g_view.message = button == KB_LEFT ? 513 : 516;
-    if (g_view.inTool) {
+    gView.message = button == KB_LEFT ? 513 : 516;
+    if (gView.inTool) {
         KBAddKey(KB_PRESS, button, 0);
     } else if (button == KB_LEFT) {
         runTool([] {
@@ -176,20 +176,20 @@ gboolean onRelease(GtkWidget *, GdkEventButton *e, gpointer) {
     CM_Ypos = static_cast<int32_t>(e->y);
     const int button = e->button == 3 ? KB_RIGHT : KB_LEFT;
     if (button == KB_LEFT) CM_Bstatus = 0;
-    g_view.message = button == KB_LEFT ? 514 : 517;
-    if (g_view.inTool) KBAddKey(KB_RELEASE, button, 0);
+    gView.message = button == KB_LEFT ? 514 : 517;
+    if (gView.inTool) KBAddKey(KB_RELEASE, button, 0);
     return TRUE;
 }
 
 gboolean onKey(GtkWidget *, GdkEventKey *e, gpointer) {
-    g_view.message = 256;
+    gView.message = 256;
     int code = 0;
     switch (e->keyval) {
     case GDK_KEY_Return: case GDK_KEY_KP_Enter: code = 13; break;
     case GDK_KEY_Escape: code = 27; break;
     default: code = static_cast<int>(gdk_keyval_to_unicode(e->keyval)); break;
     }
-    if (g_view.inTool) {
+    if (gView.inTool) {
         if (code) KBAddKey(KB_KEY, code, 0);
         return TRUE;
     }
@@ -197,52 +197,52 @@ gboolean onKey(GtkWidget *, GdkEventKey *e, gpointer) {
     case 'p': runTool(pickPoints); break;
     case 'z': runTool(zoomPlot); break;
     case 'c': runTool(zoomColours); break;
-    case 'q': case 27: gtk_widget_destroy(g_view.window); break;
+    case 'q': case 27: gtk_widget_destroy(gView.window); break;
     default: break;
     }
     return TRUE;
 }
 
 void onDestroy(GtkWidget *, gpointer) {
-    g_view.quit = true;
-    g_view.window = nullptr;
+    gView.quit = true;
+    gView.window = nullptr;
     gtk_main_quit();
 }
 
 int showWindow(KDC picture, int width, int height) {
-    g_view.picture = picture;
-    g_view.plotX = VX;
-    g_view.plotY = VY;
+    gView.picture = picture;
+    gView.plotX = VX;
+    gView.plotY = VY;
     const int pw = KCanvasWidth(picture), ph = KCanvasHeight(picture);
-    g_view.width = std::min(width, pw);
-    g_view.height = std::min(height, ph);
-    g_view.client = KCanvasCreate(g_view.width, g_view.height);
+    gView.width = std::min(width, pw);
+    gView.height = std::min(height, ph);
+    gView.client = KCanvasCreate(gView.width, gView.height);
     iHscrollPos = iHscrPos = iVscrollPos = iVscrPos = 0;
-    iHscrollLim = pw - g_view.width;
-    iVscrollLim = ph - g_view.height;
+    iHscrollLim = pw - gView.width;
+    iVscrollLim = ph - gView.height;
 
-    g_view.window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-    gtk_window_set_title(GTK_WINDOW(g_view.window), "kestrel view");
-    gtk_window_set_resizable(GTK_WINDOW(g_view.window), FALSE);
+    gView.window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    gtk_window_set_title(GTK_WINDOW(gView.window), "kestrel view");
+    gtk_window_set_resizable(GTK_WINDOW(gView.window), FALSE);
     GtkWidget *box = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    g_view.area = gtk_drawing_area_new();
-    gtk_widget_set_size_request(g_view.area, g_view.width, g_view.height);
-    gtk_widget_add_events(g_view.area, GDK_POINTER_MOTION_MASK | GDK_BUTTON_PRESS_MASK | GDK_BUTTON_RELEASE_MASK);
-    gtk_widget_set_can_focus(g_view.area, TRUE);
+    gView.area = gtk_drawing_area_new();
+    gtk_widget_set_size_request(gView.area, gView.width, gView.height);
+    gtk_widget_add_events(gView.area, GDK_POINTER_MOTION_MASK | GDK_BUTTON_PRESS_MASK | GDK_BUTTON_RELEASE_MASK);
+    gtk_widget_set_can_focus(gView.area, TRUE);
     GtkWidget *bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
-    g_view.part0 = gtk_label_new("p pick points   z zoom   c colour range   drag scrolls   q quit");
-    g_view.part1 = gtk_label_new("");
-    gtk_box_pack_start(GTK_BOX(bar), g_view.part0, FALSE, FALSE, 4);
-    gtk_box_pack_end(GTK_BOX(bar), g_view.part1, FALSE, FALSE, 4);
-    gtk_box_pack_start(GTK_BOX(box), g_view.area, FALSE, FALSE, 0);
+    gView.part0 = gtk_label_new("p pick points   z zoom   c colour range   drag scrolls   q quit");
+    gView.part1 = gtk_label_new("");
+    gtk_box_pack_start(GTK_BOX(bar), gView.part0, FALSE, FALSE, 4);
+    gtk_box_pack_end(GTK_BOX(bar), gView.part1, FALSE, FALSE, 4);
+    gtk_box_pack_start(GTK_BOX(box), gView.area, FALSE, FALSE, 0);
     gtk_box_pack_start(GTK_BOX(box), bar, FALSE, FALSE, 2);
-    gtk_container_add(GTK_CONTAINER(g_view.window), box);
-    g_signal_connect(g_view.area, "draw", G_CALLBACK(onDraw), nullptr);
-    g_signal_connect(g_view.area, "motion-notify-event", G_CALLBACK(onMotion), nullptr);
-    g_signal_connect(g_view.area, "button-press-event", G_CALLBACK(onPress), nullptr);
-    g_signal_connect(g_view.area, "button-release-event", G_CALLBACK(onRelease), nullptr);
-    g_signal_connect(g_view.window, "key-press-event", G_CALLBACK(onKey), nullptr);
-    g_signal_connect(g_view.window, "destroy", G_CALLBACK(onDestroy), nullptr);
+    gtk_container_add(GTK_CONTAINER(gView.window), box);
+    g_signal_connect(gView.area, "draw", G_CALLBACK(onDraw), nullptr);
+    g_signal_connect(gView.area, "motion-notify-event", G_CALLBACK(onMotion), nullptr);
+    g_signal_connect(gView.area, "button-press-event", G_CALLBACK(onPress), nullptr);
+    g_signal_connect(gView.area, "button-release-event", G_CALLBACK(onRelease), nullptr);
+    g_signal_connect(gView.window, "key-press-event", G_CALLBACK(onKey), nullptr);
+    g_signal_connect(gView.window, "destroy", G_CALLBACK(onDestroy), nullptr);
 
     KUICallbacks cb{};
     cb.clientDC = clientDC;
@@ -262,18 +262,18 @@ int showWindow(KDC picture, int width, int height) {
     hWndStatusBar = reinterpret_cast<KWND>(&statusTag);
 
     paintFromPicture();
-    gtk_widget_show_all(g_view.window);
+    gtk_widget_show_all(gView.window);
     // Where the plot is, in window pixels, for whoever drives the window.
     std::printf("plot\t%d\t%d\t%d\t%d\t%.6g\t%.6g\t%.6g\t%.6g\tcolours\t%.6g\t%.6g\twindow\t%d\t%d\n", VX.lowPix,
                 VY.highPix, VX.highPix, VY.lowPix, VX.umin, VX.umax, VY.umin, VY.umax, Vcmap.a0, Vcmap.a1,
-                g_view.width, g_view.height);
+                gView.width, gView.height);
     std::fflush(stdout);
     gtk_main();
     KestrelSetUICallbacks(nullptr);
     hWndClient = hWndStatusBar = nullptr;
-    KCanvasDestroy(g_view.client);
-    g_view.client = nullptr;
-    return g_view.status;
+    KCanvasDestroy(gView.client);
+    gView.client = nullptr;
+    return gView.status;
 }
 
 }  // namespace

@@ -27,7 +27,7 @@ struct ZoomBoxState {
     bool shown = false;
     bool allHandles = false;
     int32_t left = 0, right = 0, top = 0, bottom = 0, xmid = 0, ymid = 0;
-} g_box;
+} gBox;
 
 // The handle squares of the shown box as rectangles [left, right) x [top,
 // bottom); returns how many.
@@ -53,8 +53,8 @@ plat::Rect toPicture(plat::Rect r) {
 }
 
 void eraseBox(KDC client) {
-    if (!g_box.shown) return;
-    const ZoomBoxState &b = g_box;
+    if (!gBox.shown) return;
+    const ZoomBoxState &b = gBox;
     // The four one-pixel edges, then each handle.
     restoreFromPicture(client, toPicture({b.left, b.top, b.right + 1, b.top + 1}));
     restoreFromPicture(client, toPicture({b.left, b.bottom, b.right + 1, b.bottom + 1}));
@@ -63,7 +63,7 @@ void eraseBox(KDC client) {
     plat::Rect squares[8];
     const int n = handleSquares(b, squares);
     for (int i = 0; i < n; ++i) restoreFromPicture(client, toPicture(squares[i]));
-    g_box.shown = false;
+    gBox.shown = false;
 }
 
 // Which part of the box a picture pixel is on.
@@ -291,7 +291,7 @@ KESTREL_API void KESTREL_CALL DrawZoomBox(float x0, float y0, float x1, float y1
             plat::releaseClientDC(hWndClient, client);
             return;
         }
-        ZoomBoxState &b = g_box;
+        ZoomBoxState &b = gBox;
         b.left = clampPixel(int64_t{xPixel(x0)} - iHscrollPos);
         b.right = clampPixel(int64_t{xPixel(x1)} - iHscrollPos);
         b.bottom = clampPixel(int64_t{yPixel(y0)} - iVscrollPos);

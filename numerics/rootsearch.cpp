@@ -32,7 +32,7 @@ struct Search {
 };
 
 // Process-wide on purpose: the interface carries no handle.
-Search g_search;
+Search gSearch;
 
 bool strictlyInside(double v, double a, double b) { return (v - b) * (v - a) < 0.0; }  // false for NaN
 
@@ -43,7 +43,7 @@ extern "C" KESTREL_API int32_t KESTREL_CALL IterateTowardsZero(int32_t *status, 
                                                                int32_t iterationLimit) {
     return kestrel::guarded<int32_t>("IterateTowardsZero", [&]() -> int32_t {
         if (!status || !x || !f) return 0;
-        Search &s = g_search;
+        Search &s = gSearch;
         if (*status < 1) {
             s = Search{};
             s.a = lower;

@@ -57,45 +57,45 @@ constexpr size_t kChildTableBytes = size_t{kCodes} * kSlots * sizeof(uint32_t); 
 constexpr unsigned kHashBits = 14;
 constexpr uint32_t kHashMask = (1u << kHashBits) - 1;
 constexpr uint32_t kEmpty = 0xFFFFFFFFu;
-uint32_t g_hash[1u << kHashBits];
-uint8_t g_childCount[kCodes];  // used slots in each code's row of lpPrefixTable
+uint32_t gHash[1u << kHashBits];
+uint8_t gChildCount[kCodes];  // used slots in each code's row of lpPrefixTable
 
 // Private encoder state: the current string and the sub-block buffer (byte 0
-// the block length, 1..255 data, g_fill the byte being filled, g_bits the
+// the block length, 1..255 data, gFill the byte being filled, gBits the
 // bits already used in it).
-uint32_t g_current = kNone;
+uint32_t gCurrent = kNone;
 // Eight spare bytes let a code be stored with one 8-byte write.
-uint8_t g_block[256 + 8];
-uint32_t g_fill = 1, g_bits = 0;
+uint8_t gBlock[256 + 8];
+uint32_t gFill = 1, gBits = 0;
 
 // Where finished blocks go: straight to hGIF, or (during an export) into a
 // buffer that is written to hGIF when full and at the end.
 constexpr size_t kOutputBytes = size_t{1} << 16;
-uint8_t g_output[kOutputBytes];
-size_t g_outputUsed = 0;
-bool g_buffered = false;
+uint8_t gOutput[kOutputBytes];
+size_t gOutputUsed = 0;
+bool gBuffered = false;
 
 void flushOutput() {
-    if (g_outputUsed) plat::fileWrite(hGIF, g_output, g_outputUsed);
-    g_outputUsed = 0;
+    if (gOutputUsed) plat::fileWrite(hGIF, gOutput, gOutputUsed);
+    gOutputUsed = 0;
 }
 
 void emit(const uint8_t *data, size_t n) {
-    if (!g_buffered) {
+    if (!gBuffered) {
         plat::fileWrite(hGIF, data, n);
         return;
     }
-    if (g_outputUsed + n > kOutputBytes) flushOutput();
-    std::memcpy(g_output + g_outputUsed, data, n);
-    g_outputUsed += n;
+    if (gOutputUsed + n > kOutputBytes) flushOutput();
+    std::memcpy(gOutput + gOutputUsed, data, n);
+    gOutputUsed += n;
 }
 
 // Out of line: runs once per 255 bytes of output. Bytes 1..255 are
 // complete; the (at most two) bytes filled beyond them move to the front.
 void emitFullBlock(uint32_t fill) {
-    g_block[0] = 255;
-    emit(g_block, 256);
-    std::memmove(g_block + 1, g_block + 256, fill - 255 + 1);
+    gBlock[0] = 255;
+    emit(gBlock, 256);
+    std::memmove(gBlock + 1, gBlock + 256, fill - 255 + 1);
 }
 
 void storeLittleEndian64(uint8_t *p, uint64_t v) {
@@ -107,8 +107,8 @@ void storeLittleEndian64(uint8_t *p, uint64_t v) {
 }
 
 void clearIndex() {
-    std::memset(g_hash, 0xFF, sizeof g_hash);
-    std::memset(g_childCount, 0, sizeof g_childCount);
+    std::memset(gHash, 0xFF, sizeof gHash);
+    std::memset(gChildCount, 0, sizeof gChildCount);
 }
 
 // Empties the table down to the single pixels and the two control codes.
@@ -117,11 +117,11 @@ void clearIndex() {
 void resetTable(uint32_t firstFree, uint32_t *children) {
     if (children)
         for (uint32_t c = 0; c < kCodes; ++c) {
-            if (!g_childCount[c]) continue;
-            std::fill_n(children + size_t{c} * kSlots, g_childCount[c], kNone);
-            g_childCount[c] = 0;
+            if (!gChildCount[c]) continue;
+            std::fill_n(children + size_t{c} * kSlots, gChildCount[c], kNone);
+            gChildCount[c] = 0;
         }
-    std::memset(g_hash, 0xFF, sizeof g_hash);
+    std::memset(gHash, 0xFF, sizeof gHash);
     for (uint32_t c = 0; c < firstFree && c < kCodes; ++c) {
         uPrefix[c] = kNone;
         cSuffix[c] = static_cast<uint8_t>(c);
@@ -141,19 +141,19 @@ struct Encoder {
     uint32_t *children;
 
     static Encoder load() {
-        return Encoder{g_current, uAvail, uCodeSize, uClear, uEOI, uDataSize, g_fill, g_bits, lpPrefixTable};
+        return Encoder{gCurrent, uAvail, uCodeSize, uClear, uEOI, uDataSize, gFill, gBits, lpPrefixTable};
     }
     void store() const {
-        g_current = current;
+        gCurrent = current;
         uAvail = avail;
         uCodeSize = codeSize;
-        g_fill = fill;
-        g_bits = bits;
+        gFill = fill;
+        gBits = bits;
     }
 
     // ---- Sub-blocks ----
     void resetBuffer() {
-        std::memset(g_block, 0, sizeof g_block);
+        std::memset(gBlock, 0, sizeof gBlock);
         fill = 1;
         bits = 0;
     }
@@ -163,8 +163,8 @@ struct Encoder {
     // are zero.
     void put(uint32_t code, uint32_t width) {
         if (width > 16) width = 16;
-        const uint64_t v = (uint64_t{code & ((1u << width) - 1u)} << bits) | (g_block[fill] & ((1u << bits) - 1u));
-        storeLittleEndian64(g_block + fill, v);
+        const uint64_t v = (uint64_t{code & ((1u << width) - 1u)} << bits) | (gBlock[fill] & ((1u << bits) - 1u));
+        storeLittleEndian64(gBlock + fill, v);
         const uint32_t total = bits + width;
         fill += total >> 3;
         bits = total & 7u;
@@ -180,8 +180,8 @@ struct Encoder {
     void endBlocks() {
         const uint32_t n = bits ? fill : fill - 1;
         if (n > 0) {
-            g_block[0] = static_cast<uint8_t>(n);
-            emit(g_block, n + 1);
+            gBlock[0] = static_cast<uint8_t>(n);
+            emit(gBlock, n + 1);
         }
         static const uint8_t terminator = 0;
         emit(&terminator, 1);
@@ -193,7 +193,7 @@ struct Encoder {
     static bool find(uint32_t key, uint32_t &code, uint32_t &slot) {
         uint32_t h = (key * 0x9E3779B1u) >> (32 - kHashBits);
         for (;;) {
-            const uint32_t e = g_hash[h];
+            const uint32_t e = gHash[h];
             if (e == kEmpty) {
                 slot = h;
                 return false;
@@ -208,12 +208,12 @@ struct Encoder {
     void add(uint32_t key, uint32_t slot, uint32_t k) {
         uPrefix[avail] = current;
         cSuffix[avail] = static_cast<uint8_t>(k);
-        g_hash[slot] = (key << 12) | avail;
+        gHash[slot] = (key << 12) | avail;
         if (children) {
-            const uint32_t n = g_childCount[current];
+            const uint32_t n = gChildCount[current];
             if (n < kSlots) {
                 children[size_t{current} * kSlots + n] = avail;
-                g_childCount[current] = static_cast<uint8_t>(n + 1);
+                gChildCount[current] = static_cast<uint8_t>(n + 1);
             }
         }
     }
@@ -318,11 +318,11 @@ void writeHeader(uint16_t width, uint16_t height) {
 // the table holds K repeated L times for exactly L = 1 .. top[K] (the table
 // always holds every prefix of its strings), so greedy matching over m more
 // K's ends at K repeated min(n + m, top[K]) times without a lookup. Such runs
-// are what most of a plot is made of. g_runCode[K][L] is the code of K
+// are what most of a plot is made of. gRunCode[K][L] is the code of K
 // repeated L times, for L up to kRunCap; longer runs go through the hash.
 constexpr uint32_t kRunCap = 1023;
-uint16_t g_runTop[256];
-uint16_t g_runCode[256][kRunCap + 1];
+uint16_t gRunTop[256];
+uint16_t gRunCode[256][kRunCap + 1];
 
 void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t height) {
     Encoder e = Encoder::load();
@@ -332,8 +332,8 @@ void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t 
     e.start();
     auto clearRuns = [] {
         for (uint32_t k = 0; k < 256; ++k) {
-            g_runTop[k] = 1;
-            g_runCode[k][1] = static_cast<uint16_t>(k);
+            gRunTop[k] = 1;
+            gRunCode[k][1] = static_cast<uint16_t>(k);
         }
     };
     clearRuns();
@@ -344,12 +344,12 @@ void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t 
         uint32_t x = y == 0 ? 1 : 0;
         while (x < width) {
             const uint32_t k = row[x];
-            if (k == runChar && runLen && runLen < g_runTop[k]) {
-                const uint32_t limit = std::min<uint32_t>(g_runTop[k] - runLen, width - x);
+            if (k == runChar && runLen && runLen < gRunTop[k]) {
+                const uint32_t limit = std::min<uint32_t>(gRunTop[k] - runLen, width - x);
                 uint32_t m = 1;
                 while (m < limit && row[x + m] == k) ++m;
                 runLen += m;
-                e.current = g_runCode[k][runLen];
+                e.current = gRunCode[k][runLen];
                 x += m;
                 continue;
             }
@@ -359,9 +359,9 @@ void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t 
                 break;
             case Encoder::kAdded:
                 // The new code is before + k: one more K if before was K^top.
-                if (runLen && k == runChar && runLen == g_runTop[k] && runLen < kRunCap) {
-                    g_runTop[k] = static_cast<uint16_t>(runLen + 1);
-                    g_runCode[k][runLen + 1] = static_cast<uint16_t>(e.avail - 1);
+                if (runLen && k == runChar && runLen == gRunTop[k] && runLen < kRunCap) {
+                    gRunTop[k] = static_cast<uint16_t>(runLen + 1);
+                    gRunCode[k][runLen + 1] = static_cast<uint16_t>(e.avail - 1);
                 }
                 runChar = k;
                 runLen = 1;
@@ -391,14 +391,14 @@ bool writeIndexedImage(KFILE file, const uint8_t *pixels, size_t stride, uint16_
     if (!lpPrefixTable) return false;
     hGIF = file;
     initTables();
-    g_buffered = true;
-    g_outputUsed = 0;
+    gBuffered = true;
+    gOutputUsed = 0;
     writeHeader(width, height);
     encodeImage(pixels, stride, width, height);
     static const uint8_t trailer = ';';
     emit(&trailer, 1);
     flushOutput();
-    g_buffered = false;
+    gBuffered = false;
     std::free(lpPrefixTable);
     lpPrefixTable = nullptr;
     hGIF = nullptr;

@@ -37,10 +37,13 @@ TextLayoutSettings gTextLayout;
 
 namespace {
 
-KFONT g_font = nullptr;      // the library font
-double g_raise = 0.0;        // platform correction of the current string, line heights
-double g_cos = 1.0, g_sin = 0.0;  // direction of the string being drawn
-int g_family = 1;
+// The state of the text being drawn.
+struct TextState {
+    KFONT font = nullptr;        // the library font
+    double raise = 0.0;          // platform correction of the current string, line heights
+    double cos = 1.0, sin = 0.0; // direction of the string being drawn
+    int family = 1;
+} gText;
 
 constexpr double kDegToRad = 0.0174533;
 
@@ -48,10 +51,10 @@ constexpr double kDegToRad = 0.0174533;
 
 namespace kestrel {
 void releaseLibraryFont() {
-    if (!g_font) return;
+    if (!gText.font) return;
     if (VCFontHDC) plat::selectObject(VCFontHDC, plat::getStockObject(plat::StockSystemFont));
-    plat::deleteObject(g_font);
-    g_font = nullptr;
+    plat::deleteObject(gText.font);
+    gText.font = nullptr;
     VCFontHDC = nullptr;
 }
 }  // namespace kestrel
@@ -65,24 +68,24 @@ KESTREL_API void KESTREL_CALL SetMYFont(KDC dc, int32_t family, float size, int3
         double h = static_cast<double>(mFS.sizeFactor) * VY.pixPerLength * mCGS.mag * size * 0.04;
         if (family == 2) h *= 1.15;  // the symbol face runs small
         const int32_t height = truncPixel(h);
-        if (g_font) {
+        if (gText.font) {
             KDC owner = VCFontHDC ? VCFontHDC : dc;
             plat::selectObject(owner, plat::getStockObject(plat::StockSystemFont));
-            if (!plat::deleteObject(g_font)) LogLastError("ERROR: Font deletion in SetMyFont failed!", 0);
-            g_font = nullptr;
+            if (!plat::deleteObject(gText.font)) LogLastError("ERROR: Font deletion in SetMyFont failed!", 0);
+            gText.font = nullptr;
         }
         static const int weights[4] = {300, 400, 500, 700};
         const int weight = weights[mFS.weight < 0 ? 0 : mFS.weight > 3 ? 3 : mFS.weight];
         char face[82];
         std::memcpy(face, mFS.face[family - 1], 81);
         face[81] = '\0';
-        g_font = plat::createFont(height, 0, angle, angle, weight, mFS.italic != 0, mFS.underline != 0,
+        gText.font = plat::createFont(height, 0, angle, angle, weight, mFS.italic != 0, mFS.underline != 0,
                                   mFS.strikeOut != 0, face);
-        if (!g_font) {
+        if (!gText.font) {
             LogLastError("ERROR: Font creation in SetMyFont failed!", 0);
             return;
         }
-        if (!plat::selectObject(dc, g_font)) LogLastError("ERROR: Font selection in SetMyFont failed!", 0);
+        if (!plat::selectObject(dc, gText.font)) LogLastError("ERROR: Font selection in SetMyFont failed!", 0);
         plat::textMetrics(dc, &mCGS.tm);
         mCGS.fontFamily = family;
         mCGS.fontSize = size;
@@ -108,15 +111,15 @@ KESTREL_API void KESTREL_CALL CharOut(KDC dc, int32_t character, float raise, in
             Vfp[index][1] = static_cast<float>(sz.cy);
             return;
         }
-        const double up = (raise + g_raise) * dli.lineHeight;  // perpendicular to the baseline
-        const double x = dli.curX - up * g_sin, y = dli.curY - up * g_cos;
+        const double up = (raise + gText.raise) * dli.lineHeight;  // perpendicular to the baseline
+        const double x = dli.curX - up * gText.sin, y = dli.curY - up * gText.cos;
         if (ch != ' ') {
             plat::textOut(dc, static_cast<int>(std::lround(x)), static_cast<int>(std::lround(y)), &ch, 1);
-            if (gTextTrace) gTextTrace->push_back(PlacedChar{ch, x, y, raise, mCGS.tm.tmHeight, g_family});
+            if (gTextTrace) gTextTrace->push_back(PlacedChar{ch, x, y, raise, mCGS.tm.tmHeight, gText.family});
         }
         if (advance) {
-            dli.curX += Vfp[index][0] * g_cos;
-            dli.curY -= Vfp[index][0] * g_sin;
+            dli.curX += Vfp[index][0] * gText.cos;
+            dli.curY -= Vfp[index][0] * gText.sin;
         }
     });
 }
@@ -127,11 +130,11 @@ KESTREL_API void KESTREL_CALL ScanString(KDC dc, const char *text, float x, floa
         if (!dc || !text || !std::isfinite(angle) || !(size > 0) || !std::isfinite(size)) return;
         const int32_t tenths = static_cast<int32_t>(std::fmod(static_cast<double>(angle), 360.0) * 10);
         const int32_t fontAngle = draw ? tenths : 0;
-        g_cos = std::cos(tenths * 0.1 * kDegToRad);
-        g_sin = std::sin(tenths * 0.1 * kDegToRad);
-        g_family = 1;
+        gText.cos = std::cos(tenths * 0.1 * kDegToRad);
+        gText.sin = std::sin(tenths * 0.1 * kDegToRad);
+        gText.family = 1;
         SetMYFont(dc, 1, size, fontAngle);
-        if (!g_font) return;
+        if (!gText.font) return;
         double h = mCGS.tm.tmHeight, descent = mCGS.tm.tmDescent;
         if (!draw) {
             dli.fontHeight = h;
@@ -139,9 +142,9 @@ KESTREL_API void KESTREL_CALL ScanString(KDC dc, const char *text, float x, floa
         }
         // Rotated text in the text face sits too low on the NT platforms' own
         // renderer; this raise puts it back on its line there.
-        g_raise = 0;
-        const double as = std::fabs(g_sin);
-        if (sysInfo.osVersion.dwPlatformId == 2 && as > 0.001 && as < 0.999) g_raise = -0.12;
+        gText.raise = 0;
+        const double as = std::fabs(gText.sin);
+        if (sysInfo.osVersion.dwPlatformId == 2 && as > 0.001 && as < 0.999) gText.raise = -0.12;
 
         unsigned align = 0;
         if (draw) align = plat::setTextAlign(dc, plat::TaLeft | plat::TaBaseline);
@@ -150,16 +153,16 @@ KESTREL_API void KESTREL_CALL ScanString(KDC dc, const char *text, float x, floa
             if (p[0] == '~' && p[1]) {
                 const char e = p[1];
                 if (e == '#' || e == '$') {
-                    g_family = e == '#' ? 1 : 2;
-                    if (draw) g_raise = (g_family == 1 && as > 0.001 && as < 0.999 && sysInfo.osVersion.dwPlatformId == 2) ? -0.12 : 0;
-                    SetMYFont(dc, g_family, size, fontAngle);
+                    gText.family = e == '#' ? 1 : 2;
+                    if (draw) gText.raise = (gText.family == 1 && as > 0.001 && as < 0.999 && sysInfo.osVersion.dwPlatformId == 2) ? -0.12 : 0;
+                    SetMYFont(dc, gText.family, size, fontAngle);
                     ++p;
                     continue;
                 }
                 if ((e == '_' || e == '^') && p[2]) {
-                    SetMYFont(dc, g_family, 0.7f * size, fontAngle);
+                    SetMYFont(dc, gText.family, 0.7f * size, fontAngle);
                     CharOut(dc, static_cast<unsigned char>(p[2]), e == '_' ? -0.08f : 0.4f, draw, 1, index++);
-                    SetMYFont(dc, g_family, size, fontAngle);  // back to full size
+                    SetMYFont(dc, gText.family, size, fontAngle);  // back to full size
                     p += 2;
                     continue;
                 }
@@ -178,7 +181,7 @@ KESTREL_API void KESTREL_CALL ScanString(KDC dc, const char *text, float x, floa
         descent = mCGS.tm.tmDescent;
         double w = iw.cx * gTextLayout.spaceFactor;
         for (int32_t i = 0; i < index; ++i) w += Vfp[i][0];
-        const double L = dli.lineHeight, c = g_cos, s = g_sin;
+        const double L = dli.lineHeight, c = gText.cos, s = gText.sin;
         const double px = xPixel(x), py = yPixel(y);
         double bx[5], by[5];
         bx[0] = px + dli.fx * w * c - dli.fy * L * s;

@@ -12,7 +12,7 @@
 #include "plot/textstate.h"
 
 namespace {
-bool g_started = false;  // the once-per-process part has run
+bool gStarted = false;  // the once-per-process part has run
 }
 
 extern "C" KESTREL_API void KESTREL_CALL initKestrel(void) {
@@ -25,8 +25,8 @@ extern "C" KESTREL_API void KESTREL_CALL initKestrel(void) {
         InitCGS(nullptr, &mCGS);
         hBP = static_cast<KPEN>(plat::getStockObject(plat::StockBlackPen));
         hBB = static_cast<KBRUSH>(plat::getStockObject(plat::StockBlackBrush));
-        if (!g_started) {
-            g_started = true;
+        if (!gStarted) {
+            gStarted = true;
             // Palette-index colours on a canvas are the library's colour table.
             plat::setIndexColours(Vcolor);
             gFailureReporter = reportOutOfMemory;

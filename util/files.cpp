@@ -16,20 +16,20 @@ namespace {
 // routine not releasing the file. One per name, the oldest released beyond
 // kHeldLimit, so that the rest of the library always finds descriptors.
 constexpr std::size_t kHeldLimit = 64;
-std::deque<std::pair<std::string, std::FILE *>> g_held;
+std::deque<std::pair<std::string, std::FILE *>> gHeld;
 
 void holdOpen(const char *name, std::FILE *f) {
-    for (auto &h : g_held)
+    for (auto &h : gHeld)
         if (h.first == name) {
             std::fclose(h.second);
             h.second = f;
             return;
         }
-    if (g_held.size() >= kHeldLimit) {
-        std::fclose(g_held.front().second);
-        g_held.pop_front();
+    if (gHeld.size() >= kHeldLimit) {
+        std::fclose(gHeld.front().second);
+        gHeld.pop_front();
     }
-    g_held.emplace_back(name, f);
+    gHeld.emplace_back(name, f);
 }
 
 }  // namespace

@@ -63,17 +63,17 @@ struct Object {
 };
 
 // Stock objects, the system font and the default palette: never deleted.
-extern Object g_stock[9];
-extern Object g_systemFont;
-extern Object g_defaultPalette;
+extern Object gStock[9];
+extern Object gSystemFont;
+extern Object gDefaultPalette;
 
 // Handles are checked the way GDI checks them: a canvas or object that was
 // destroyed (or never created) is not a handle, and every call given one
 // fails as for a null handle instead of touching freed memory. A host may
 // keep a handle in a global after destroying it; so may the library
 // (VCFontHDC names the canvas that holds the library font).
-extern std::unordered_set<const KCanvas *> g_liveCanvases;
-extern std::unordered_set<const Object *> g_liveObjects;
+extern std::unordered_set<const KCanvas *> gLiveCanvases;
+extern std::unordered_set<const Object *> gLiveObjects;
 KCanvas *live(KDC c);
 Object *obj(GdiObj h);
 
@@ -95,7 +95,7 @@ void hold(Object *o);
 void letGo(Object *o);
 
 // What palette-index colours stand for (plat::setIndexColours).
-extern const uint8_t (*g_indexColours)[3];
+extern const uint8_t (*gIndexColours)[3];
 
 // Raster helpers (canvas_raster.cpp).
 void setSource(cairo_t *cr, KCOLORREF c);
@@ -116,10 +116,10 @@ struct KCanvas {
     cairo_surface_t *surface = nullptr;
     cairo_t *cr = nullptr;
     int w = 0, h = 0;
-    kestrel::canvas::Object *pen = &kestrel::canvas::g_stock[kestrel::plat::StockBlackPen];
-    kestrel::canvas::Object *brush = &kestrel::canvas::g_stock[kestrel::plat::StockWhiteBrush];
-    kestrel::canvas::Object *font = &kestrel::canvas::g_systemFont;
-    kestrel::canvas::Object *palette = &kestrel::canvas::g_defaultPalette;
+    kestrel::canvas::Object *pen = &kestrel::canvas::gStock[kestrel::plat::StockBlackPen];
+    kestrel::canvas::Object *brush = &kestrel::canvas::gStock[kestrel::plat::StockWhiteBrush];
+    kestrel::canvas::Object *font = &kestrel::canvas::gSystemFont;
+    kestrel::canvas::Object *palette = &kestrel::canvas::gDefaultPalette;
     int curX = 0, curY = 0;
     unsigned textAlign = 0;
     KCOLORREF textColour = 0x000000, bkColour = 0xFFFFFF;

@@ -17,35 +17,35 @@
 
 namespace kestrel::canvas {
 
-Object g_stock[9] = {
+Object gStock[9] = {
     {Kind::Brush, 0xFFFFFF}, {Kind::Brush, 0xC0C0C0}, {Kind::Brush, 0x808080},
     {Kind::Brush, 0x404040}, {Kind::Brush, 0x000000}, {Kind::Brush, 0, 0, true},
     {Kind::Pen, 0xFFFFFF},   {Kind::Pen, 0x000000},   {Kind::Pen, 0, 5, true},
 };
-Object g_systemFont = [] {
+Object gSystemFont = [] {
     Object f{Kind::Font, 0};
     f.height = -16;
     f.face = "Arial";
     return f;
 }();
-Object g_defaultPalette{Kind::Palette, 0};
+Object gDefaultPalette{Kind::Palette, 0};
 
 // Handles are checked the way GDI checks them: a canvas or object that was
 // destroyed (or never created) is not a handle, and every call given one
 // fails as for a null handle instead of touching freed memory. A host may
 // keep a handle in a global after destroying it; so may the library
 // (VCFontHDC names the canvas that holds the library font).
-std::unordered_set<const KCanvas *> g_liveCanvases;
-std::unordered_set<const Object *> g_liveObjects;
+std::unordered_set<const KCanvas *> gLiveCanvases;
+std::unordered_set<const Object *> gLiveObjects;
 
-KCanvas *live(KDC c) { return c && g_liveCanvases.count(c) ? c : nullptr; }
+KCanvas *live(KDC c) { return c && gLiveCanvases.count(c) ? c : nullptr; }
 
 Object *obj(GdiObj h) {
     Object *o = static_cast<Object *>(h);
     if (!o) return nullptr;
-    if (o >= g_stock && o < g_stock + 9) return o;
-    if (o == &g_systemFont || o == &g_defaultPalette) return o;
-    return g_liveObjects.count(o) ? o : nullptr;
+    if (o >= gStock && o < gStock + 9) return o;
+    if (o == &gSystemFont || o == &gDefaultPalette) return o;
+    return gLiveObjects.count(o) ? o : nullptr;
 }
 
 // A new object of the canvas, or null when there is no memory for it (as
@@ -55,7 +55,7 @@ Object *track(Kind kind) {
     Object *o = new (std::nothrow) Object(kind);
     if (!o) return nullptr;
     try {
-        g_liveObjects.insert(o);
+        gLiveObjects.insert(o);
     } catch (...) {
         delete o;
         return nullptr;
@@ -71,12 +71,12 @@ void hold(Object *o) {
 void letGo(Object *o) {
     if (!o || o->stock) return;
     if (--o->selected <= 0 && o->doomed) {
-        g_liveObjects.erase(o);
+        gLiveObjects.erase(o);
         delete o;
     }
 }
 
-const uint8_t (*g_indexColours)[3] = nullptr;
+const uint8_t (*gIndexColours)[3] = nullptr;
 
 }  // namespace kestrel::canvas
 
@@ -97,7 +97,7 @@ KESTREL_API KDC KESTREL_CALL KCanvasCreate(int32_t width, int32_t height) {
         auto *c = new (std::nothrow) KCanvas;
         if (c) {
             try {
-                g_liveCanvases.insert(c);
+                gLiveCanvases.insert(c);
             } catch (...) {
                 delete c;
                 c = nullptr;
@@ -122,7 +122,7 @@ KESTREL_API void KESTREL_CALL KCanvasDestroy(KDC c) {
     return kestrel::guarded<void>("KCanvasDestroy", [&]() -> void {
         c = live(c);
         if (!c) return;
-        g_liveCanvases.erase(c);
+        gLiveCanvases.erase(c);
         letGo(c->pen);
         letGo(c->brush);
         letGo(c->font);
@@ -208,11 +208,11 @@ KESTREL_API int32_t KESTREL_CALL KCanvasHeight(KDC c) {
 
 namespace kestrel::plat {
 
-void setIndexColours(const uint8_t (*table)[3]) { g_indexColours = table; }
+void setIndexColours(const uint8_t (*table)[3]) { gIndexColours = table; }
 
 GdiObj getStockObject(int which) {
-    if (which >= 0 && which <= StockNullPen) return &g_stock[which];
-    if (which == StockSystemFont) return &g_systemFont;
+    if (which >= 0 && which <= StockNullPen) return &gStock[which];
+    if (which == StockSystemFont) return &gSystemFont;
     return nullptr;
 }
 
@@ -226,7 +226,7 @@ GdiObj selectObject(KDC c, GdiObj h) {
         // only through the selection): release it rather than lose it. A
         // later delete of the handle fails harmlessly.
         if (!o->stock && o->selected == 0) {
-            g_liveObjects.erase(o);
+            gLiveObjects.erase(o);
             delete o;
         }
         return nullptr;
@@ -260,7 +260,7 @@ bool deleteObject(GdiObj h) {
         o->doomed = true;
         return true;
     }
-    g_liveObjects.erase(o);
+    gLiveObjects.erase(o);
     delete o;
     return true;
 }

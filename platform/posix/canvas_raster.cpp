@@ -22,9 +22,9 @@ void setSource(cairo_t *cr, KCOLORREF c) {
     if ((c & 0xFF000000u) == 0x01000000u) {
         unsigned i = c & 0xFFFFu;
         if (i > 255) i = 0;
-        r = g_indexColours ? g_indexColours[i][0] : 0;
-        g = g_indexColours ? g_indexColours[i][1] : 0;
-        b = g_indexColours ? g_indexColours[i][2] : 0;
+        r = gIndexColours ? gIndexColours[i][0] : 0;
+        g = gIndexColours ? gIndexColours[i][1] : 0;
+        b = gIndexColours ? gIndexColours[i][2] : 0;
     } else {
         r = c & 0xFF;
         g = (c >> 8) & 0xFF;

@@ -22,7 +22,7 @@
 
 namespace kestrel::plat {
 
-extern KUICallbacks g_cb;  // platform/posix/ui.cpp
+extern KUICallbacks gCallbacks;  // platform/posix/ui.cpp
 
 namespace {
 
@@ -109,7 +109,7 @@ void utcDate(int64_t t, int *year, int *month, int *day) {
 }
 
 long sendTextMessage(KWND window, unsigned message, const char *text) {
-    return g_cb.sendMessage ? g_cb.sendMessage(g_cb.user, window, message, 0, text) : 0;
+    return gCallbacks.sendMessage ? gCallbacks.sendMessage(gCallbacks.user, window, message, 0, text) : 0;
 }
 
 bool readSetting(void *, const std::string &key, const std::string &name, std::string *value) {
