@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "plot/page.h"
 #include "bench/contour_fields.h"
 #include "kestrel/kestrel.h"
 #include "platform/platform.h"
@@ -35,20 +36,10 @@ std::string scratch(const char *name) {
 // palette, the field spanning 36 x 26 units of it.
 KDC page(const kbench::Field &f) {
     KDC dc = KCanvasCreate(kW, kH);
-    hdcMem = dc;
-    Vbmp_size_cx = kW;
-    Vbmp_size_cy = kH;
-    VX.devPixels = kW;
-    VY.devPixels = kH;
-    VX.pixPerLength = VY.pixPerLength = 40.0f;
-    VX.devLength = kW / 40.0f;
-    VY.devLength = kH / 40.0f;
-    InitCGS(dc, &mCGS);
-    mCGS.paletteFile[0] = '\0';
-    LoadPaletteFile(dc, nullptr);
-    InitmemDC();
-    SetDfltFont(&mFS);
-    SetColorMode(1);
+    kestrel::PageSpec page;
+    page.width = kW;
+    page.height = kH;
+    kestrel::startPage(dc, page);
     UsrSys(dc, f.x.front(), f.x.back(), 36.0f, 2.0f, f.y.front(), f.y.back(), 26.0f, 2.0f);
     mCGS.fontSize = mCGS.defaultFontSize;
     return dc;

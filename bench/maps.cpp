@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "plot/page.h"
 #include "kestrel/kestrel.h"
 #include "platform/platform.h"
 
@@ -36,20 +37,10 @@ struct Page {
     Page(int code, float lon0, float lon1, float lat0, float lat1, float cLon, float cLat) {
         const int W = 2000, H = 1600;
         dc = KCanvasCreate(W, H);
-        hdcMem = dc;
-        Vbmp_size_cx = W;
-        Vbmp_size_cy = H;
-        VX.devPixels = W;
-        VY.devPixels = H;
-        VX.pixPerLength = VY.pixPerLength = 40.0f;
-        VX.devLength = 50.0f;
-        VY.devLength = 40.0f;
-        InitCGS(dc, &mCGS);
-        mCGS.paletteFile[0] = '\0';
-        LoadPaletteFile(dc, nullptr);
-        InitmemDC();
-        SetDfltFont(&mFS);
-        SetColorMode(1);
+        kestrel::PageSpec page;
+        page.width = W;
+        page.height = H;
+        kestrel::startPage(dc, page);
         lonMin = lon0, lonMax = lon1, latMin = lat0, latMax = lat1;
         AdjustMapLayout(&xMin, &xMax, &w, &xOff, &yMin, &yMax, &h, &yOff, &lonMin, &lonMax, &cLon, &latMin, &latMax,
                         &cLat, code, 46, 2, 36, 2);

@@ -1,6 +1,7 @@
 // kestrel map: a station map in any of the seven projections, as PNG, GIF
 // and PostScript, drawn through the library's map calls in the order a host
 // uses them: layout, user system, clip, land, coastlines, stations, frame.
+#include "plot/page.h"
 #include "cli/commands.h"
 #include "cli/section.h"
 
@@ -249,20 +250,11 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
         std::fprintf(stderr, "kestrel: cannot create a %d x %d canvas\n", o.width, o.height);
         return 1;
     }
-    hdcMem = dc;
-    Vbmp_size_cx = o.width;
-    Vbmp_size_cy = o.height;
-    VX.devPixels = o.width;
-    VY.devPixels = o.height;
-    VX.pixPerLength = VY.pixPerLength = ppl;
-    VX.devLength = static_cast<float>(o.width) / ppl;
-    VY.devLength = static_cast<float>(o.height) / ppl;
-    InitCGS(dc, &mCGS);
-    mCGS.paletteFile[0] = '\0';
-    LoadPaletteFile(dc, nullptr);
-    InitmemDC();
-    SetDfltFont(&mFS);
-    SetColorMode(1);
+    kestrel::PageSpec page;
+    page.width = o.width;
+    page.height = o.height;
+    page.pixPerLength = ppl;
+    kestrel::startPage(dc, page);
 
     // The map area: margins for the labels and the title.
     const float areaX = 2.0f, areaY = 1.8f;

@@ -7,6 +7,7 @@
 // Writes NAME.png, NAME.gif and NAME.ps; the library draws axes on the
 // screen only, so their PostScript twin is written here, with the same
 // geometry.
+#include "plot/page.h"
 #include "section.h"
 #include "grid/field.h"
 #include "plot/psstream.h"
@@ -281,18 +282,11 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         std::fprintf(stderr, "kestrel: cannot create a %d x %d canvas\n", w, h);
         return 1;
     }
-    hdcMem = canvas;
-    Vbmp_size_cx = w;
-    Vbmp_size_cy = h;
-    VX.devPixels = w;
-    VY.devPixels = h;
-    VX.devLength = 25.0f;
-    VY.devLength = 17.5f;
-    VX.pixPerLength = VY.pixPerLength = 40.0f;
-    InitCGS(canvas, &mCGS);
-    LoadPaletteFile(canvas, o.palette.empty() ? nullptr : o.palette.c_str());
-    InitmemDC();
-    SetDfltFont(&mFS);
+    kestrel::PageSpec page;
+    page.width = w;
+    page.height = h;
+    page.palette = o.palette.empty() ? nullptr : o.palette.c_str();
+    kestrel::startPage(canvas, page);
     mFS.weight = 1;  // regular, not bold: small labels stay legible
     SetColorMode(1);
     const float vw = 17.0f, vh = 12.0f, left = 3.5f, bottom = 3.0f;

@@ -1,3 +1,4 @@
+#include "plot/page.h"
 #include "picture.h"
 
 #include "common/canvas.h"
@@ -149,11 +150,12 @@ bool savePNG(const std::string &path, const Image &img) {
 KDC openPage(int w, int h, float ppl) {
     KDC dc = createPicture(w, h);
     if (!dc) return nullptr;
-    InitCGS(dc, &mCGS);
-    mCGS.paletteFile[0] = '\0';
-    LoadPaletteFile(dc, nullptr);
-    startPicture(dc, w, h, ppl);
-    SetDfltFont(&mFS);
+    kestrel::PageSpec page;
+    page.width = w;
+    page.height = h;
+    page.pixPerLength = ppl;
+    page.colourMode = 0;  // the reset state: palette indices
+    kestrel::startPage(dc, page);
     return dc;
 }
 
