@@ -8,8 +8,21 @@
 #include <functional>
 
 #include "kestrel/contour.h"
+#include "kestrel/globals.h"
+#include "plot/transform.h"
 
 namespace kestrel {
+
+// Appends a traced point to the shared vertex buffers: Vfp in user units,
+// Vip in pixels. The callers keep nVp below the buffers' 1500 entries.
+inline void appendVertex(double x, double y) {
+    const float fx = static_cast<float>(x), fy = static_cast<float>(y);
+    Vfp[nVp][0] = fx;
+    Vfp[nVp][1] = fy;
+    Vip[nVp][0] = xPixel(fx);
+    Vip[nVp][1] = yPixel(fy);
+    ++nVp;
+}
 
 // The largest grid a GRIDSEGMENT can address.
 constexpr int32_t kMaxGridLines = 32767;

@@ -224,12 +224,7 @@ KESTREL_API void KESTREL_CALL CTaddpoi(const float *field, float level, const fl
         } else {
             return;
         }
-        const float fx = static_cast<float>(x), fy = static_cast<float>(y);
-        Vfp[nVp][0] = fx;
-        Vfp[nVp][1] = fy;
-        Vip[nVp][0] = xPixel(fx);
-        Vip[nVp][1] = yPixel(fy);
-        ++nVp;
+        appendVertex(x, y);
     });
 }
 

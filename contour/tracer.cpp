@@ -213,12 +213,7 @@ void LevelTracer::addPoint(int32_t i, int32_t j, int kind) {
         x = xc_[i];
         y = yc_[j] + (level_ - f0) / (f1 - f0) * (static_cast<double>(yc_[j + 1]) - yc_[j]);
     }
-    const float fx = static_cast<float>(x), fy = static_cast<float>(y);
-    Vfp[nVp][0] = fx;
-    Vfp[nVp][1] = fy;
-    Vip[nVp][0] = xPixel(fx);
-    Vip[nVp][1] = yPixel(fy);
-    ++nVp;
+    appendVertex(x, y);
 }
 
 template <class Out>

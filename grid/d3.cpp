@@ -51,10 +51,6 @@ CellRange cellRange(float c, float h, float origin, float width, float widthInv)
     return {std::max(lo, 0), std::min(hi, D3_NCELL - 1)};
 }
 
-struct Sums {
-    double g, gw, vgw, d2, v, v2, e;
-    int32_t count;
-};
 
 double estimate3(float x, float y, float z, float fx, float fy, float fz, float *spread, float *meanSqDist,
                  int32_t *nUsed, const D3Set &s) {
@@ -105,15 +101,7 @@ double estimate3(float x, float y, float z, float fx, float fy, float fz, float 
         if (sum.g >= 0.1 && sum.count >= 2) break;
     }
     if (sum.count == 0) return 0.0;
-    const double c = sum.count;
-    *nUsed = sum.count;
-    *meanSqDist = static_cast<float>(sum.d2 / c);
-    if (sum.count == 1) {
-        *spread = static_cast<float>(sum.e / c);
-    } else {
-        const double var = (sum.v2 - sum.v * sum.v / c) / (c - 1.0);
-        *spread = static_cast<float>(std::sqrt(var > 0.0 ? var : 0.0));
-    }
+    averageStatistics(sum, spread, meanSqDist, nUsed);
     return sum.gw != 0.0 ? sum.vgw / sum.gw : 0.0;
 }
 

@@ -105,11 +105,6 @@ CellRange cellRange(float c, float h, float origin, float width, float widthInv)
     return r;
 }
 
-struct Sums {
-    double g, gw, vgw, d2, v, v2, e;
-    int32_t count;
-};
-
 }  // namespace
 
 double estimateT(float x, float y, float fx, float fy, float *spread, float *meanSqDist, int32_t *nUsed,
@@ -163,15 +158,7 @@ double estimateT(float x, float y, float fx, float fy, float *spread, float *mea
         if (sum.g >= 0.1 && sum.count >= 2) break;
     }
     if (sum.count == 0) return 0.0;
-    const double c = sum.count;
-    *nUsed = sum.count;
-    *meanSqDist = static_cast<float>(sum.d2 / c);
-    if (sum.count == 1) {
-        *spread = static_cast<float>(sum.e / c);
-    } else {
-        const double var = (sum.v2 - sum.v * sum.v / c) / (c - 1.0);
-        *spread = static_cast<float>(std::sqrt(var > 0.0 ? var : 0.0));
-    }
+    averageStatistics(sum, spread, meanSqDist, nUsed);
     return sum.vgw / sum.gw;
 }
 

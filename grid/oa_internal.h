@@ -51,6 +51,28 @@ inline int32_t oaPointCount(const OASet &s) {
 // Cell layout of OALoadSet: 40 x 40 cells in transformed coordinates whose
 // first grid line lies just inside the first cell whatever the direction of
 // the axis, and which span one cell more than the grid.
+// The sums of the averaging estimator over the data in reach of a node (in
+// two or three dimensions alike): weights g, g w, value times g w, squared
+// distance, value, squared value, error, count.
+struct Sums {
+    double g, gw, vgw, d2, v, v2, e;
+    int32_t count;
+};
+
+// From the sums of at least one datum: the count, the mean squared distance,
+// and the spread (the standard deviation of the values; one value: its error).
+inline void averageStatistics(const Sums &sum, float *spread, float *meanSqDist, int32_t *nUsed) {
+    const double c = sum.count;
+    *nUsed = sum.count;
+    *meanSqDist = static_cast<float>(sum.d2 / c);
+    if (sum.count == 1) {
+        *spread = static_cast<float>(sum.e / c);
+    } else {
+        const double var = (sum.v2 - sum.v * sum.v / c) / (c - 1.0);
+        *spread = static_cast<float>(std::sqrt(var > 0.0 ? var : 0.0));
+    }
+}
+
 void oaSetupCells(OASet *set);
 
 // The averaging estimator on a set (OAEstimateValueT without the pointer

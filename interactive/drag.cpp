@@ -41,7 +41,8 @@ KESTREL_API void KESTREL_CALL TrackPolygon(const int32_t *x, const int32_t *y, i
             KBInitialize();
 
             KPoint32 chunk[512];  // the outline is drawn in pieces: no allocation per redraw
-            bool drawn = false, captured = true;
+            bool drawn = false;
+            CaptureWhileInside capture(plat::CursorSizeAll);
             plat::Rect covered{};
             while (!mCGS.interactive) {
                 if (drawn) restoreFromPicture(client, covered);
@@ -77,15 +78,7 @@ KESTREL_API void KESTREL_CALL TrackPolygon(const int32_t *x, const int32_t *y, i
                     KBGetKey(&type, &one, &two);
                     if ((type == KB_KEY && (one == 27 || one == 13)) || type == KB_RELEASE) mCGS.interactive = 1;
                 }
-                const bool inside = insideClient(mouseInWindow());
-                if (!inside && captured) {
-                    plat::releaseMouse();
-                    captured = false;
-                } else if (inside && !captured) {
-                    plat::captureMouse(hWndClient);
-                    plat::setCursor(plat::CursorSizeAll);
-                    captured = true;
-                }
+                capture.follow(mouseInWindow());
             }
             if (drawn) restoreFromPicture(client, covered);
             if (client) {

@@ -100,7 +100,8 @@ extern "C" KESTREL_API int32_t KESTREL_CALL GetPoints(float *x, float *y, int32_
 
             RubberBand band(client);
             int32_t count = initial;
-            bool redraw = true, captured = true, done = false;
+            bool redraw = true, done = false;
+            CaptureWhileInside capture(plat::CursorCross);
             Point last = mouseInWindow();
             while (!done) {
                 const Point cursor = mouseInPicture();
@@ -151,15 +152,7 @@ extern "C" KESTREL_API int32_t KESTREL_CALL GetPoints(float *x, float *y, int32_
                     }
                 }
                 const Point now = mouseInWindow();
-                const bool inside = insideClient(now);
-                if (!inside && captured) {
-                    plat::releaseMouse();
-                    captured = false;
-                } else if (inside && !captured) {
-                    plat::captureMouse(hWndClient);
-                    plat::setCursor(plat::CursorCross);
-                    captured = true;
-                }
+                capture.follow(now);
                 if (now.x != last.x || now.y != last.y) redraw = true;
                 last = now;
             }

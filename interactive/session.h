@@ -45,6 +45,29 @@ void restoreFromPicture(KDC client, const plat::Rect &picture);
 
 bool insideClient(Point window);
 
+// The mouse captured while the cursor is inside the client window, released
+// while it is outside; captured (with the tool's cursor) when it comes back.
+// Starts captured, as the tools capture the mouse when they begin.
+class CaptureWhileInside {
+public:
+    explicit CaptureWhileInside(int cursor) : cursor_(cursor) {}
+    void follow(Point window) {
+        const bool inside = insideClient(window);
+        if (!inside && captured_) {
+            plat::releaseMouse();
+            captured_ = false;
+        } else if (inside && !captured_) {
+            plat::captureMouse(hWndClient);
+            plat::setCursor(cursor_);
+            captured_ = true;
+        }
+    }
+
+private:
+    int cursor_;
+    bool captured_ = true;
+};
+
 // Takes status-bar part 0 for a prompt and gives it back on finish(), with
 // part 1 emptied (for the tools that show coordinates there), the key queue
 // cleared and the view repainted.

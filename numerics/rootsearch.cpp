@@ -58,6 +58,18 @@ extern "C" KESTREL_API int32_t KESTREL_CALL IterateTowardsZero(int32_t *status, 
         if (std::fabs(*f) <= tolerance) return *status = 2;
 
         enum { kBisect, kSecantFromEnds, kSecantAsTheyStand, kCount } step = kCount;
+        // A sign change between a and x: the root is bracketed.
+        auto bracketed = [&] {
+            s.b = *x;
+            s.fb = *f;
+            s.phase = 4;
+            step = kSecantFromEnds;
+        };
+        // A scan pass over [a, a + m h] from its first midpoint.
+        auto startPass = [&] {
+            s.next = s.a + s.h / 2;
+            s.k = 1;
+        };
         switch (s.phase) {
             case 2:
                 if (s.fa * *f >= 0.0) {  // no sign change over the whole interval
@@ -66,13 +78,9 @@ extern "C" KESTREL_API int32_t KESTREL_CALL IterateTowardsZero(int32_t *status, 
                     s.h = s.b - s.a;
                     s.m = 1;
                     s.phase = 3;
-                    s.next = s.a + s.h / 2;
-                    s.k = 1;
+                    startPass();
                 } else {
-                    s.b = *x;
-                    s.fb = *f;
-                    s.phase = 4;
-                    step = kSecantFromEnds;
+                    bracketed();
                 }
                 break;
             case 3:
@@ -87,14 +95,10 @@ extern "C" KESTREL_API int32_t KESTREL_CALL IterateTowardsZero(int32_t *status, 
                         s.a = s.p;
                         s.fa = s.fp;
                         s.m *= 2;
-                        s.next = s.a + s.h / 2;
-                        s.k = 1;
+                        startPass();
                     }
                 } else {
-                    s.b = *x;
-                    s.fb = *f;
-                    s.phase = 4;
-                    step = kSecantFromEnds;
+                    bracketed();
                 }
                 break;
             case 4:

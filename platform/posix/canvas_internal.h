@@ -102,6 +102,8 @@ void setSource(cairo_t *cr, KCOLORREF c);
 bool penVisible(KCanvas *c);
 bool brushVisible(KCanvas *c);
 void strokeChain(KCanvas *c, const KPoint32 *p, int n, bool close);
+// The closed figures (three vertices or more) as the Cairo path.
+void addFigures(cairo_t *cr, const std::vector<std::vector<KPoint32>> &figs);
 void fillFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, KCOLORREF colour);
 // Paths (canvas_paths.cpp).
 void setClipFromFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, int fillMode, bool intersect);

@@ -19,13 +19,7 @@ namespace kestrel::canvas {
 void setClipFromFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, int fillMode, bool intersect) {
     cairo_t *cr = c->cr;
     if (!intersect) cairo_reset_clip(cr);
-    cairo_new_path(cr);
-    for (const auto &f : figs) {
-        if (f.size() < 3) continue;
-        cairo_move_to(cr, f[0].x, f[0].y);
-        for (size_t i = 1; i < f.size(); ++i) cairo_line_to(cr, f[i].x, f[i].y);
-        cairo_close_path(cr);
-    }
+    addFigures(cr, figs);
     cairo_set_fill_rule(cr, fillMode == kestrel::plat::FillWinding ? CAIRO_FILL_RULE_WINDING
                                                                    : CAIRO_FILL_RULE_EVEN_ODD);
     cairo_clip(cr);

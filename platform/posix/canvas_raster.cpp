@@ -167,9 +167,7 @@ void strokeChain(KCanvas *c, const KPoint32 *p, int n, bool close) {
     cairo_restore(cr);
 }
 
-void fillFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, KCOLORREF colour) {
-    cairo_t *cr = c->cr;
-    cairo_save(cr);
+void addFigures(cairo_t *cr, const std::vector<std::vector<KPoint32>> &figs) {
     cairo_new_path(cr);
     for (const auto &f : figs) {
         if (f.size() < 3) continue;
@@ -177,6 +175,12 @@ void fillFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, KCO
         for (size_t i = 1; i < f.size(); ++i) cairo_line_to(cr, f[i].x, f[i].y);
         cairo_close_path(cr);
     }
+}
+
+void fillFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, KCOLORREF colour) {
+    cairo_t *cr = c->cr;
+    cairo_save(cr);
+    addFigures(cr, figs);
     cairo_set_fill_rule(cr, c->fillMode == kestrel::plat::FillWinding ? CAIRO_FILL_RULE_WINDING
                                                                       : CAIRO_FILL_RULE_EVEN_ODD);
     setSource(cr, colour);
@@ -247,13 +251,18 @@ bool polygon(KDC c, const KPoint32 *pts, int n) {
     return true;
 }
 
-bool rectangle(KDC c, int l, int t, int r, int b) {
-    c = live(c);
-    if (!c) return false;
+// The four edges of a shape's bounding box, within the canvas's range.
+static void clampBox(int &l, int &t, int &r, int &b) {
     l = clampCoord(l);
     t = clampCoord(t);
     r = clampCoord(r);
     b = clampCoord(b);
+}
+
+bool rectangle(KDC c, int l, int t, int r, int b) {
+    c = live(c);
+    if (!c) return false;
+    clampBox(l, t, r, b);
     if (r < l) std::swap(l, r);
     if (b < t) std::swap(t, b);
     if (c->recording) {
@@ -276,10 +285,7 @@ bool rectangle(KDC c, int l, int t, int r, int b) {
 bool ellipse(KDC c, int l, int t, int r, int b) {
     c = live(c);
     if (!c) return false;
-    l = clampCoord(l);
-    t = clampCoord(t);
-    r = clampCoord(r);
-    b = clampCoord(b);
+    clampBox(l, t, r, b);
     double cx = (l + r) / 2.0, cy = (t + b) / 2.0, rx = (r - l) / 2.0, ry = (b - t) / 2.0;
     if (rx <= 0 || ry <= 0) return false;
     cairo_t *cr = c->cr;
