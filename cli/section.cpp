@@ -221,8 +221,23 @@ bool readTable(const std::string &path, Table *t) {
     return true;
 }
 
-int sectionCommand(const Table &table, const SectionOptions &o) {
+namespace {
+
+// The samples of a section: the three columns' numbers where all three
+// are numbers, their names and ranges.
+struct Samples {
+    std::vector<float> x, y, v;
+    int xColumn = -1, bottomColumn = -1;  // the seafloor's column, -1: none
+    std::string xName, yName, vName;
+    bool down = false;                    // depth or pressure: grows downwards
+    float xmin = 0, xmax = 0, ymin = 0, ymax = 0;
+};
+
+// Finds the columns and reads the samples; 0, or the exit status after
+// one line on stderr.
+int readSamples(const Table &table, const SectionOptions &o, Samples *out) {
     const int cx = findColumn(table, o.x), cy = findColumn(table, o.y), cv = findColumn(table, o.value);
+    Samples &d = *out;
     for (const auto &[col, name] : {std::make_pair(cx, o.x), std::make_pair(cy, o.y), std::make_pair(cv, o.value)}) {
         if (col >= 0) continue;
         std::string known;
@@ -232,7 +247,8 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         return 2;
     }
     // The seafloor: the column asked for, else one named like a bottom depth.
-    int cb = -1;
+    int &cb = d.bottomColumn;
+    cb = -1;
     if (o.bottom != "none") {
         cb = o.bottom.empty() ? -1 : findColumn(table, o.bottom);
         for (const char *name : {"Bottom", "Bot. Depth", "Bottom Depth", "Water Depth"})
@@ -242,7 +258,7 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
             return 2;
         }
     }
-    std::vector<float> xs, ys, vs;
+    std::vector<float> &xs = d.x, &ys = d.y, &vs = d.v;
     for (const auto &row : table.rows) {
         const double x = row[static_cast<size_t>(cx)], y = row[static_cast<size_t>(cy)],
                      v = row[static_cast<size_t>(cv)];
@@ -259,21 +275,128 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
                      o.data.c_str(), n, n == 1 ? "" : "s", o.x.c_str(), o.y.c_str(), o.value.c_str());
         return 1;
     }
-    const std::string xName = prettyName(table.names[static_cast<size_t>(cx)]);
-    const std::string yName = prettyName(table.names[static_cast<size_t>(cy)]);
-    const std::string vName = prettyName(table.names[static_cast<size_t>(cv)]);
+    d.xColumn = cx;
+    d.xName = prettyName(table.names[static_cast<size_t>(cx)]);
+    d.yName = prettyName(table.names[static_cast<size_t>(cy)]);
+    d.vName = prettyName(table.names[static_cast<size_t>(cv)]);
     // Depth and pressure grow downwards from the sea surface, which is on
     // the axis when the shallowest sample is near it.
-    const bool down = yName.find("Depth") != std::string::npos || yName.find("Pressure") != std::string::npos;
-    const float xmin = *std::min_element(xs.begin(), xs.end()), xmax = *std::max_element(xs.begin(), xs.end());
-    float ymin = *std::min_element(ys.begin(), ys.end());
-    const float ymax = *std::max_element(ys.begin(), ys.end());
-    if (down && ymin > 0 && ymin < 0.05f * (ymax - ymin)) ymin = 0;
-    if (!(xmax > xmin) || !(ymax > ymin)) {
+    d.down = d.yName.find("Depth") != std::string::npos || d.yName.find("Pressure") != std::string::npos;
+    d.xmin = *std::min_element(xs.begin(), xs.end());
+    d.xmax = *std::max_element(xs.begin(), xs.end());
+    d.ymin = *std::min_element(ys.begin(), ys.end());
+    d.ymax = *std::max_element(ys.begin(), ys.end());
+    if (d.down && d.ymin > 0 && d.ymin < 0.05f * (d.ymax - d.ymin)) d.ymin = 0;
+    if (!(d.xmax > d.xmin) || !(d.ymax > d.ymin)) {
         std::fprintf(stderr, "kestrel: the samples of %s span no area in %s and %s\n", o.data.c_str(), o.x.c_str(),
                      o.y.c_str());
         return 1;
     }
+    return 0;
+}
+
+// Writes the finished picture as PostScript (finishing ps), PNG and GIF;
+// the exit status.
+int writeSection(KDC canvas, KFILE ps, const std::string &name, int w, int h) {
+    int status = 0;
+    if (ps) {
+        kestrel::psWrite(ps, "showpage\n");
+        KFileClose(ps);
+        std::printf("kestrel: wrote %s.ps\n", name.c_str());
+    } else {
+        status = 1;
+    }
+    if (KCanvasSavePNG(canvas, (name + ".png").c_str())) {
+        std::printf("kestrel: wrote %s.png\n", name.c_str());
+    } else {
+        std::fprintf(stderr, "kestrel: cannot write %s.png\n", name.c_str());
+        status = 1;
+    }
+    int32_t rect[4] = {0, 0, w - 1, h - 1};
+    if (BMPtoGIF(canvas, hBitmap, rect, (name + ".gif").c_str())) {
+        std::printf("kestrel: wrote %s.gif\n", name.c_str());
+    } else {
+        std::fprintf(stderr, "kestrel: cannot write %s.gif\n", name.c_str());
+        status = 1;
+    }
+    return status;
+}
+
+// The seafloor under the stations, dark grey: from a topography grid along
+// the stations' track, else from the table's bottom depth column; a
+// polygon along the bottom depths closed along the plot's lower edge yb,
+// clipped to the viewport.
+void drawSeafloor(const Table &table, const SectionOptions &o, const Samples &d, float yb, KDC canvas, KFILE ps) {
+    const int cx = d.xColumn, cb = d.bottomColumn;
+    std::vector<std::pair<float, float>> floor;
+    if (!o.topo.empty()) {
+        const int clon = findColumn(table, "Longitude"), clat = findColumn(table, "Latitude");
+        EtopoHeader header;
+        KFILE grid = OpenEtopoFileEx(o.topo.c_str(), &header);
+        const bool headered = grid != nullptr;
+        if (!grid) grid = kestrel::plat::fileOpenReadExclusive(o.topo.c_str());
+        if (!grid || clon < 0 || clat < 0) {
+            std::fprintf(stderr, "kestrel: %s\n",
+                         grid ? "--topo needs the table's Longitude and Latitude columns"
+                              : ("cannot read the topography grid " + o.topo).c_str());
+            if (grid) kestrel::plat::fileClose(grid);
+        } else {
+            for (const auto &row : table.rows) {
+                const double x = row[static_cast<size_t>(cx)], lon = row[static_cast<size_t>(clon)],
+                             lat = row[static_cast<size_t>(clat)];
+                if (!std::isfinite(x) || !std::isfinite(lon) || !std::isfinite(lat) || std::fabs(x) > 1e30 ||
+                    std::fabs(lat) > 90 || std::fabs(lon) > 720)
+                    continue;
+                const int16_t hgt = headered ? GetEtopoHeightEx(grid, header, static_cast<float>(lon), static_cast<float>(lat))
+                                             : GetEtopoHeight(grid, static_cast<float>(lon), static_cast<float>(lat));
+                floor.emplace_back(static_cast<float>(x), static_cast<float>(std::max(-static_cast<int>(hgt), 0)));
+            }
+            kestrel::plat::fileClose(grid);
+        }
+    }
+    if (d.bottomColumn >= 0 || !floor.empty()) {
+        if (floor.empty())
+            for (const auto &row : table.rows) {
+                const double x = row[static_cast<size_t>(cx)], b = row[static_cast<size_t>(cb)];
+                if (std::isfinite(x) && std::isfinite(b) && b > 0 && std::fabs(x) < 1e30 && b < 1e5)
+                    floor.emplace_back(static_cast<float>(x), static_cast<float>(b));
+            }
+        std::sort(floor.begin(), floor.end());
+        floor.erase(std::unique(floor.begin(), floor.end(),
+                                [](const auto &a, const auto &b) { return a.first == b.first; }),
+                    floor.end());
+        if (floor.size() >= 2 && floor.size() <= 1400) {
+            std::vector<float> px{floor.front().first}, py{std::max(yb, floor.front().second)};
+            for (const auto &[x, b] : floor) px.push_back(x), py.push_back(b);
+            px.push_back(floor.back().first);
+            py.push_back(std::max(yb, floor.back().second));
+            const int32_t grey = FindClosestColor(0.45f, 0.45f, 0.45f);
+            SetColor(grey);
+            if (ps) PSSetColor(ps, grey);
+            ClipVWP(canvas, 1);
+            if (ps) kestrel::psWrite(ps, "gsave dousrclip\n");
+            KCanvasSelectBrush(canvas, mCGS.color);
+            KCanvasSelectPen(canvas, 0, 1, mCGS.color);
+            DrawPoly(canvas, ps, px.data(), py.data(), static_cast<int32_t>(px.size()), 0, 3);
+            RestoreBrush(canvas, "section");
+            RestorePen(canvas, "section");
+            if (ps) kestrel::psWrite(ps, "grestore\n");
+            ClipVWP(canvas, 0);
+        }
+    }
+
+}
+
+}  // namespace
+
+int sectionCommand(const Table &table, const SectionOptions &o) {
+    Samples d;
+    if (const int status = readSamples(table, o, &d)) return status;
+    const std::vector<float> &xs = d.x, &ys = d.y, &vs = d.v;
+    const int32_t n = static_cast<int32_t>(xs.size());
+    const std::string &xName = d.xName, &yName = d.yName, &vName = d.vName;
+    const bool down = d.down;
+    const float xmin = d.xmin, xmax = d.xmax, ymin = d.ymin, ymax = d.ymax;
 
     // The page: 1000 x 700 pixels, 25 x 17.5 length units; the section 17 x 12.
     const int w = 1000, h = 700;
@@ -363,67 +486,7 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     const int32_t white = FindClosestColor(1.0f, 1.0f, 1.0f);
     EraseField(error.data(), o.maxError, set.xg, nx, set.yg, ny, white, canvas, ps);
 
-    // The seafloor under the stations, dark grey, where the table has a
-    // bottom depth column: a polygon along the stations' bottom depths,
-    // closed along the lower edge of the plot, clipped to the viewport.
-    // With a topography grid, the sea floor along the stations' track instead:
-    // the depth of the grid cell at each station's position.
-    std::vector<std::pair<float, float>> floor;
-    if (!o.topo.empty()) {
-        const int clon = findColumn(table, "Longitude"), clat = findColumn(table, "Latitude");
-        EtopoHeader header;
-        KFILE grid = OpenEtopoFileEx(o.topo.c_str(), &header);
-        const bool headered = grid != nullptr;
-        if (!grid) grid = kestrel::plat::fileOpenReadExclusive(o.topo.c_str());
-        if (!grid || clon < 0 || clat < 0) {
-            std::fprintf(stderr, "kestrel: %s\n",
-                         grid ? "--topo needs the table's Longitude and Latitude columns"
-                              : ("cannot read the topography grid " + o.topo).c_str());
-            if (grid) kestrel::plat::fileClose(grid);
-        } else {
-            for (const auto &row : table.rows) {
-                const double x = row[static_cast<size_t>(cx)], lon = row[static_cast<size_t>(clon)],
-                             lat = row[static_cast<size_t>(clat)];
-                if (!std::isfinite(x) || !std::isfinite(lon) || !std::isfinite(lat) || std::fabs(x) > 1e30 ||
-                    std::fabs(lat) > 90 || std::fabs(lon) > 720)
-                    continue;
-                const int16_t hgt = headered ? GetEtopoHeightEx(grid, header, static_cast<float>(lon), static_cast<float>(lat))
-                                             : GetEtopoHeight(grid, static_cast<float>(lon), static_cast<float>(lat));
-                floor.emplace_back(static_cast<float>(x), static_cast<float>(std::max(-static_cast<int>(hgt), 0)));
-            }
-            kestrel::plat::fileClose(grid);
-        }
-    }
-    if (down && (cb >= 0 || !floor.empty())) {
-        if (floor.empty())
-            for (const auto &row : table.rows) {
-                const double x = row[static_cast<size_t>(cx)], b = row[static_cast<size_t>(cb)];
-                if (std::isfinite(x) && std::isfinite(b) && b > 0 && std::fabs(x) < 1e30 && b < 1e5)
-                    floor.emplace_back(static_cast<float>(x), static_cast<float>(b));
-            }
-        std::sort(floor.begin(), floor.end());
-        floor.erase(std::unique(floor.begin(), floor.end(),
-                                [](const auto &a, const auto &b) { return a.first == b.first; }),
-                    floor.end());
-        if (floor.size() >= 2 && floor.size() <= 1400) {
-            std::vector<float> px{floor.front().first}, py{std::max(yb, floor.front().second)};
-            for (const auto &[x, b] : floor) px.push_back(x), py.push_back(b);
-            px.push_back(floor.back().first);
-            py.push_back(std::max(yb, floor.back().second));
-            const int32_t grey = FindClosestColor(0.45f, 0.45f, 0.45f);
-            SetColor(grey);
-            if (ps) PSSetColor(ps, grey);
-            ClipVWP(canvas, 1);
-            if (ps) kestrel::psWrite(ps, "gsave dousrclip\n");
-            KCanvasSelectBrush(canvas, mCGS.color);
-            KCanvasSelectPen(canvas, 0, 1, mCGS.color);
-            DrawPoly(canvas, ps, px.data(), py.data(), static_cast<int32_t>(px.size()), 0, 3);
-            RestoreBrush(canvas, "section");
-            RestorePen(canvas, "section");
-            if (ps) kestrel::psWrite(ps, "grestore\n");
-            ClipVWP(canvas, 0);
-        }
-    }
+    if (down) drawSeafloor(table, o, d, yb, canvas, ps);
 
     // The stations along the top: one mark per distinct x.
     std::vector<float> stations = xs;
@@ -478,26 +541,7 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         hdcMem = nullptr;
         return status;
     }
-    if (ps) {
-        kestrel::psWrite(ps, "showpage\n");
-        KFileClose(ps);
-        std::printf("kestrel: wrote %s\n", psName.c_str());
-    } else {
-        status = 1;
-    }
-    if (KCanvasSavePNG(canvas, (o.name + ".png").c_str())) {
-        std::printf("kestrel: wrote %s.png\n", o.name.c_str());
-    } else {
-        std::fprintf(stderr, "kestrel: cannot write %s.png\n", o.name.c_str());
-        status = 1;
-    }
-    int32_t rect[4] = {0, 0, w - 1, h - 1};
-    if (BMPtoGIF(canvas, hBitmap, rect, (o.name + ".gif").c_str())) {
-        std::printf("kestrel: wrote %s.gif\n", o.name.c_str());
-    } else {
-        std::fprintf(stderr, "kestrel: cannot write %s.gif\n", o.name.c_str());
-        status = 1;
-    }
+    status = writeSection(canvas, ps, o.name, w, h);
     std::printf("kestrel: %d samples, %zu stations, %d x %d grid, %zu levels from %g by %g\n", n, stations.size(), nx,
                 ny, levels.size(), lv.first * lv.step, lv.step);
     OAFreeSet(&set);
