@@ -3,6 +3,7 @@
 // uses them: layout, user system, clip, land, coastlines, stations, frame.
 #include "plot/page.h"
 #include "cli/commands.h"
+#include "cli/output.h"
 #include "cli/section.h"
 
 #include <cmath>
@@ -376,25 +377,7 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     }
 
     if (hooks.overlay) hooks.overlay(dc, ps, geo);
-    if (ps) {
-        psText(ps, "EndPlot\nshowpage\n");
-        kestrel::plat::fileClose(ps);
-        std::printf("kestrel: wrote %s\n", psName.c_str());
-    }
-    if (KCanvasSavePNG(dc, pngName.c_str())) {
-        std::printf("kestrel: wrote %s\n", pngName.c_str());
-    } else {
-        std::fprintf(stderr, "kestrel: cannot write %s\n", pngName.c_str());
-        status = 1;
-    }
-    std::remove(gifName.c_str());  // the GIF writer keeps the tail of a longer old file
-    int32_t rect[4] = {0, 0, o.width - 1, o.height - 1};
-    if (BMPtoGIF(dc, nullptr, rect, gifName.c_str())) {
-        std::printf("kestrel: wrote %s\n", gifName.c_str());
-    } else {
-        std::fprintf(stderr, "kestrel: cannot write %s\n", gifName.c_str());
-        status = 1;
-    }
+    if (!writePicture(dc, ps, "EndPlot\nshowpage\n", o.out, o.width, o.height)) status = 1;
     DeleteMYPalette();
     KCanvasDestroy(dc);
     hdcMem = nullptr;

@@ -9,6 +9,7 @@
 // geometry.
 #include "plot/page.h"
 #include "section.h"
+#include "cli/output.h"
 #include "grid/field.h"
 #include "plot/psstream.h"
 
@@ -295,33 +296,6 @@ int readSamples(const Table &table, const SectionOptions &o, Samples *out) {
     return 0;
 }
 
-// Writes the finished picture as PostScript (finishing ps), PNG and GIF;
-// the exit status.
-int writeSection(KDC canvas, KFILE ps, const std::string &name, int w, int h) {
-    int status = 0;
-    if (ps) {
-        kestrel::psWrite(ps, "showpage\n");
-        KFileClose(ps);
-        std::printf("kestrel: wrote %s.ps\n", name.c_str());
-    } else {
-        status = 1;
-    }
-    if (KCanvasSavePNG(canvas, (name + ".png").c_str())) {
-        std::printf("kestrel: wrote %s.png\n", name.c_str());
-    } else {
-        std::fprintf(stderr, "kestrel: cannot write %s.png\n", name.c_str());
-        status = 1;
-    }
-    int32_t rect[4] = {0, 0, w - 1, h - 1};
-    if (BMPtoGIF(canvas, hBitmap, rect, (name + ".gif").c_str())) {
-        std::printf("kestrel: wrote %s.gif\n", name.c_str());
-    } else {
-        std::fprintf(stderr, "kestrel: cannot write %s.gif\n", name.c_str());
-        status = 1;
-    }
-    return status;
-}
-
 // The seafloor under the stations, dark grey: from a topography grid along
 // the stations' track, else from the table's bottom depth column; a
 // polygon along the bottom depths closed along the plot's lower edge yb,
@@ -541,7 +515,8 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         hdcMem = nullptr;
         return status;
     }
-    status = writeSection(canvas, ps, o.name, w, h);
+    status = ps ? 0 : 1;
+    if (!writePicture(canvas, ps, "showpage\n", o.name, w, h)) status = 1;
     std::printf("kestrel: %d samples, %zu stations, %d x %d grid, %zu levels from %g by %g\n", n, stations.size(), nx,
                 ny, levels.size(), lv.first * lv.step, lv.step);
     OAFreeSet(&set);
