@@ -57,45 +57,57 @@ constexpr size_t kChildTableBytes = size_t{kCodes} * kSlots * sizeof(uint32_t); 
 constexpr unsigned kHashBits = 14;
 constexpr uint32_t kHashMask = (1u << kHashBits) - 1;
 constexpr uint32_t kEmpty = 0xFFFFFFFFu;
-uint32_t gHash[1u << kHashBits];
-uint8_t gChildCount[kCodes];  // used slots in each code's row of lpPrefixTable
-
-// Private encoder state: the current string and the sub-block buffer (byte 0
-// the block length, 1..255 data, gFill the byte being filled, gBits the
-// bits already used in it).
-uint32_t gCurrent = kNone;
-// Eight spare bytes let a code be stored with one 8-byte write.
-uint8_t gBlock[256 + 8];
-uint32_t gFill = 1, gBits = 0;
-
-// Where finished blocks go: straight to hGIF, or (during an export) into a
-// buffer that is written to hGIF when full and at the end.
 constexpr size_t kOutputBytes = size_t{1} << 16;
-uint8_t gOutput[kOutputBytes];
-size_t gOutputUsed = 0;
-bool gBuffered = false;
+constexpr uint32_t kRunCap = 1023;
+
+// The encoder's private state, one record for the library's one encoder.
+struct EncoderState {
+    uint32_t hash[1u << kHashBits];
+    uint8_t childCount[kCodes];  // used slots in each code's row of lpPrefixTable
+    // The current string and the sub-block buffer (byte 0 the block length,
+    // 1..255 data, fill the byte being filled, bits the bits already used in
+    // it); eight spare bytes let a code be stored with one 8-byte write.
+    uint32_t current = kNone;
+    uint8_t block[256 + 8];
+    uint32_t fill = 1, bits = 0;
+    // Where finished blocks go: straight to hGIF, or (during an export) into
+    // a buffer that is written to hGIF when full and at the end.
+    uint8_t output[kOutputBytes];
+    size_t outputUsed = 0;
+    bool buffered = false;
+    // Runs of one pixel value. While the current string is K repeated n
+    // times, the table holds K repeated L times for exactly L = 1 .. top[K]
+    // (the table always holds every prefix of its strings), so greedy
+    // matching over m more K's ends at K repeated min(n + m, top[K]) times
+    // without a lookup. Such runs are what most of a plot is made of.
+    // runCode[K][L] is the code of K repeated L times, for L up to kRunCap;
+    // longer runs go through the hash.
+    uint16_t runTop[256];
+    uint16_t runCode[256][kRunCap + 1];
+};
+EncoderState gEnc;
 
 void flushOutput() {
-    if (gOutputUsed) plat::fileWrite(hGIF, gOutput, gOutputUsed);
-    gOutputUsed = 0;
+    if (gEnc.outputUsed) plat::fileWrite(hGIF, gEnc.output, gEnc.outputUsed);
+    gEnc.outputUsed = 0;
 }
 
 void emit(const uint8_t *data, size_t n) {
-    if (!gBuffered) {
+    if (!gEnc.buffered) {
         plat::fileWrite(hGIF, data, n);
         return;
     }
-    if (gOutputUsed + n > kOutputBytes) flushOutput();
-    std::memcpy(gOutput + gOutputUsed, data, n);
-    gOutputUsed += n;
+    if (gEnc.outputUsed + n > kOutputBytes) flushOutput();
+    std::memcpy(gEnc.output + gEnc.outputUsed, data, n);
+    gEnc.outputUsed += n;
 }
 
 // Out of line: runs once per 255 bytes of output. Bytes 1..255 are
 // complete; the (at most two) bytes filled beyond them move to the front.
 void emitFullBlock(uint32_t fill) {
-    gBlock[0] = 255;
-    emit(gBlock, 256);
-    std::memmove(gBlock + 1, gBlock + 256, fill - 255 + 1);
+    gEnc.block[0] = 255;
+    emit(gEnc.block, 256);
+    std::memmove(gEnc.block + 1, gEnc.block + 256, fill - 255 + 1);
 }
 
 void storeLittleEndian64(uint8_t *p, uint64_t v) {
@@ -107,8 +119,8 @@ void storeLittleEndian64(uint8_t *p, uint64_t v) {
 }
 
 void clearIndex() {
-    std::memset(gHash, 0xFF, sizeof gHash);
-    std::memset(gChildCount, 0, sizeof gChildCount);
+    std::memset(gEnc.hash, 0xFF, sizeof gEnc.hash);
+    std::memset(gEnc.childCount, 0, sizeof gEnc.childCount);
 }
 
 // Empties the table down to the single pixels and the two control codes.
@@ -117,11 +129,11 @@ void clearIndex() {
 void resetTable(uint32_t firstFree, uint32_t *children) {
     if (children)
         for (uint32_t c = 0; c < kCodes; ++c) {
-            if (!gChildCount[c]) continue;
-            std::fill_n(children + size_t{c} * kSlots, gChildCount[c], kNone);
-            gChildCount[c] = 0;
+            if (!gEnc.childCount[c]) continue;
+            std::fill_n(children + size_t{c} * kSlots, gEnc.childCount[c], kNone);
+            gEnc.childCount[c] = 0;
         }
-    std::memset(gHash, 0xFF, sizeof gHash);
+    std::memset(gEnc.hash, 0xFF, sizeof gEnc.hash);
     for (uint32_t c = 0; c < firstFree && c < kCodes; ++c) {
         uPrefix[c] = kNone;
         cSuffix[c] = static_cast<uint8_t>(c);
@@ -141,19 +153,19 @@ struct Encoder {
     uint32_t *children;
 
     static Encoder load() {
-        return Encoder{gCurrent, uAvail, uCodeSize, uClear, uEOI, uDataSize, gFill, gBits, lpPrefixTable};
+        return Encoder{gEnc.current, uAvail, uCodeSize, uClear, uEOI, uDataSize, gEnc.fill, gEnc.bits, lpPrefixTable};
     }
     void store() const {
-        gCurrent = current;
+        gEnc.current = current;
         uAvail = avail;
         uCodeSize = codeSize;
-        gFill = fill;
-        gBits = bits;
+        gEnc.fill = fill;
+        gEnc.bits = bits;
     }
 
     // ---- Sub-blocks ----
     void resetBuffer() {
-        std::memset(gBlock, 0, sizeof gBlock);
+        std::memset(gEnc.block, 0, sizeof gEnc.block);
         fill = 1;
         bits = 0;
     }
@@ -163,8 +175,8 @@ struct Encoder {
     // are zero.
     void put(uint32_t code, uint32_t width) {
         if (width > 16) width = 16;
-        const uint64_t v = (uint64_t{code & ((1u << width) - 1u)} << bits) | (gBlock[fill] & ((1u << bits) - 1u));
-        storeLittleEndian64(gBlock + fill, v);
+        const uint64_t v = (uint64_t{code & ((1u << width) - 1u)} << bits) | (gEnc.block[fill] & ((1u << bits) - 1u));
+        storeLittleEndian64(gEnc.block + fill, v);
         const uint32_t total = bits + width;
         fill += total >> 3;
         bits = total & 7u;
@@ -180,8 +192,8 @@ struct Encoder {
     void endBlocks() {
         const uint32_t n = bits ? fill : fill - 1;
         if (n > 0) {
-            gBlock[0] = static_cast<uint8_t>(n);
-            emit(gBlock, n + 1);
+            gEnc.block[0] = static_cast<uint8_t>(n);
+            emit(gEnc.block, n + 1);
         }
         static const uint8_t terminator = 0;
         emit(&terminator, 1);
@@ -193,7 +205,7 @@ struct Encoder {
     static bool find(uint32_t key, uint32_t &code, uint32_t &slot) {
         uint32_t h = (key * 0x9E3779B1u) >> (32 - kHashBits);
         for (;;) {
-            const uint32_t e = gHash[h];
+            const uint32_t e = gEnc.hash[h];
             if (e == kEmpty) {
                 slot = h;
                 return false;
@@ -208,12 +220,12 @@ struct Encoder {
     void add(uint32_t key, uint32_t slot, uint32_t k) {
         uPrefix[avail] = current;
         cSuffix[avail] = static_cast<uint8_t>(k);
-        gHash[slot] = (key << 12) | avail;
+        gEnc.hash[slot] = (key << 12) | avail;
         if (children) {
-            const uint32_t n = gChildCount[current];
+            const uint32_t n = gEnc.childCount[current];
             if (n < kSlots) {
                 children[size_t{current} * kSlots + n] = avail;
-                gChildCount[current] = static_cast<uint8_t>(n + 1);
+                gEnc.childCount[current] = static_cast<uint8_t>(n + 1);
             }
         }
     }
@@ -314,15 +326,6 @@ void writeHeader(uint16_t width, uint16_t height) {
     emit(h, sizeof h);
 }
 
-// Runs of one pixel value. While the current string is K repeated n times,
-// the table holds K repeated L times for exactly L = 1 .. top[K] (the table
-// always holds every prefix of its strings), so greedy matching over m more
-// K's ends at K repeated min(n + m, top[K]) times without a lookup. Such runs
-// are what most of a plot is made of. gRunCode[K][L] is the code of K
-// repeated L times, for L up to kRunCap; longer runs go through the hash.
-constexpr uint32_t kRunCap = 1023;
-uint16_t gRunTop[256];
-uint16_t gRunCode[256][kRunCap + 1];
 
 void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t height) {
     Encoder e = Encoder::load();
@@ -332,8 +335,8 @@ void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t 
     e.start();
     auto clearRuns = [] {
         for (uint32_t k = 0; k < 256; ++k) {
-            gRunTop[k] = 1;
-            gRunCode[k][1] = static_cast<uint16_t>(k);
+            gEnc.runTop[k] = 1;
+            gEnc.runCode[k][1] = static_cast<uint16_t>(k);
         }
     };
     clearRuns();
@@ -344,12 +347,12 @@ void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t 
         uint32_t x = y == 0 ? 1 : 0;
         while (x < width) {
             const uint32_t k = row[x];
-            if (k == runChar && runLen && runLen < gRunTop[k]) {
-                const uint32_t limit = std::min<uint32_t>(gRunTop[k] - runLen, width - x);
+            if (k == runChar && runLen && runLen < gEnc.runTop[k]) {
+                const uint32_t limit = std::min<uint32_t>(gEnc.runTop[k] - runLen, width - x);
                 uint32_t m = 1;
                 while (m < limit && row[x + m] == k) ++m;
                 runLen += m;
-                e.current = gRunCode[k][runLen];
+                e.current = gEnc.runCode[k][runLen];
                 x += m;
                 continue;
             }
@@ -359,9 +362,9 @@ void encodeImage(const uint8_t *pixels, size_t stride, uint32_t width, uint32_t 
                 break;
             case Encoder::kAdded:
                 // The new code is before + k: one more K if before was K^top.
-                if (runLen && k == runChar && runLen == gRunTop[k] && runLen < kRunCap) {
-                    gRunTop[k] = static_cast<uint16_t>(runLen + 1);
-                    gRunCode[k][runLen + 1] = static_cast<uint16_t>(e.avail - 1);
+                if (runLen && k == runChar && runLen == gEnc.runTop[k] && runLen < kRunCap) {
+                    gEnc.runTop[k] = static_cast<uint16_t>(runLen + 1);
+                    gEnc.runCode[k][runLen + 1] = static_cast<uint16_t>(e.avail - 1);
                 }
                 runChar = k;
                 runLen = 1;
@@ -391,14 +394,14 @@ bool writeIndexedImage(KFILE file, const uint8_t *pixels, size_t stride, uint16_
     if (!lpPrefixTable) return false;
     hGIF = file;
     initTables();
-    gBuffered = true;
-    gOutputUsed = 0;
+    gEnc.buffered = true;
+    gEnc.outputUsed = 0;
     writeHeader(width, height);
     encodeImage(pixels, stride, width, height);
     static const uint8_t trailer = ';';
     emit(&trailer, 1);
     flushOutput();
-    gBuffered = false;
+    gEnc.buffered = false;
     std::free(lpPrefixTable);
     lpPrefixTable = nullptr;
     hGIF = nullptr;
