@@ -28,6 +28,20 @@ inline R guarded(const char *routine, F &&body) noexcept {
     }
 }
 
+// Runs f when the scope ends, however it ends: what a routine must undo
+// (a pen selected, a file opened) is undone when an exception leaves it too.
+template <class F>
+class OnExit {
+public:
+    explicit OnExit(F f) : f_(f) {}
+    ~OnExit() { f_(); }
+    OnExit(const OnExit &) = delete;
+    OnExit &operator=(const OnExit &) = delete;
+
+private:
+    F f_;
+};
+
 // The same for a routine whose documented failure value is not zero.
 template <class R, class F>
 inline R guardedOr(const char *routine, R failure, F &&body) noexcept {

@@ -206,11 +206,9 @@ KESTREL_API int32_t KESTREL_CALL DrawWorld(KDC dc, KFILE psFile, const char *pat
         if (!path) return 0;
         KFILE in = plat::fileOpenRead(path);
         if (!in) return 0;
+        const OnExit closeInput([&] { plat::fileClose(in); });
         RecordReader reader(in);
-        if (!reader.ok()) {
-            plat::fileClose(in);
-            return 0;
-        }
+        if (!reader.ok()) return 0;
         const MapUserSys u{uxMin, uxMax, pxMin, pxMax, uyMin, uyMax, pyMin, pyMax};
         KPALETTE previous = nullptr;
         if (dc) {
@@ -218,6 +216,12 @@ KESTREL_API int32_t KESTREL_CALL DrawWorld(KDC dc, KFILE psFile, const char *pat
             plat::selectObject(dc, plat::createPen(plat::PenSolid, mCGS.penWidth, mCGS.color));
             plat::selectObject(dc, plat::createSolidBrush(mCGS.color));
         }
+        const OnExit restoreDC([&] {
+            if (!dc) return;
+            RestorePen(dc, "DrawWorld");
+            RestoreBrush(dc, "DrawWorld");
+            RestorePalette(dc, previous, "DrawWorld");
+        });
         long result = 1;
         if (psFile) {
             PsStream(psFile).printf("\n%%%%PS-OBJECT: CDT=%.1000s begin\n\n", psCommentText(path).c_str());
@@ -238,12 +242,6 @@ KESTREL_API int32_t KESTREL_CALL DrawWorld(KDC dc, KFILE psFile, const char *pat
             if (lonMin < 0)
                 DrawWorldPass(dc, psFile, lonMin, lonMax, uxMin, uxMax, latMin, latMax, uyMin, uyMax, fill, outline,
                               360.0f, pts, keep, m);
-        }
-        plat::fileClose(in);
-        if (dc) {
-            RestorePen(dc, "DrawWorld");
-            RestoreBrush(dc, "DrawWorld");
-            RestorePalette(dc, previous, "DrawWorld");
         }
         if (psFile) {
             writeMapUsrSys(psFile, u, "");

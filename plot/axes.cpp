@@ -347,10 +347,12 @@ KESTREL_API void KESTREL_CALL DrawColorBar(KDC dc, KFILE ps, const char *title, 
                 SetZColor(value);
                 hOP = static_cast<KPEN>(plat::selectObject(dc, plat::createPen(plat::PenSolid, 1, mCGS.color)));
                 hOB = static_cast<KBRUSH>(plat::selectObject(dc, plat::createSolidBrush(mCGS.color)));
+                const OnExit restore([&] {
+                    RestorePen(dc, "DrawColorBar");
+                    RestoreBrush(dc, "DrawColorBar");
+                });
                 const KPoint32 pts[4] = {{left, base}, {right - 1, base}, {(left + right - 1) / 2, apex}, {left, base}};
                 plat::polygon(dc, pts, 4);
-                RestorePen(dc, "DrawColorBar");
-                RestoreBrush(dc, "DrawColorBar");
             };
             triangle(zmin - 10 * dz, VY.lowPix, VY.lowPix - t3);
             triangle(zmax + 10 * dz, lastTop, lastTop + t3);

@@ -440,25 +440,22 @@ KESTREL_API int32_t KESTREL_CALL BMPtoGIF(KDC hdc, KBITMAP bitmap, int32_t *rect
 
         KFILE file = fileName ? plat::fileOpenAlways(fileName) : nullptr;
         if (!file) return fail("Could not create GIF file!");
+        const OnExit closeFile([&] { plat::fileClose(file); });
 
         // The rectangle of the picture, as palette indices.
         const size_t bw = static_cast<size_t>(width), bh = static_cast<size_t>(height);
         std::unique_ptr<uint8_t[]> pixels(new (std::nothrow) uint8_t[bw * bh]);
         if (!pixels) {
-            plat::fileClose(file);
             return fail("Could not allocate memory for the bitmap!");
         }
         const plat::Rect part{rect[0], rect[1], rect[2] + 1, rect[3] + 1};
         if (!plat::bitmapPaletteIndices(hdc, bitmap, Vbmp_size_cx, Vbmp_size_cy, part, pixels.get(), Vcolor,
                                         mCGS.paletteSize)) {
-            plat::fileClose(file);
             return fail("Could not read the bitmap!");
         }
         if (!gif::writeIndexedImage(file, pixels.get(), bw, static_cast<uint16_t>(width), static_cast<uint16_t>(height))) {
-            plat::fileClose(file);
             return fail("Could not allocate memory for prefix table!");
         }
-        plat::fileClose(file);
         RestorePalette(hdc, previous, "BMPtoGIF");
         return 1;
     });
