@@ -278,7 +278,8 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     const std::string psName = o.out + ".ps", pngName = o.out + ".png", gifName = o.out + ".gif";
     KFILE ps = nullptr;
     if (fileExists(o.preamble))
-        ps = PSOpenFile(psName.c_str(), o.preamble.c_str(), "", "\nBeginPlot\n", 0);
+        ps = PSOpenFile(psName.c_str(), o.preamble.c_str(),
+                        postscriptHeader("Kestrel map", o.width, o.height, ppl).c_str(), "\nBeginPlot\n", 0);
     else
         std::fprintf(stderr, "kestrel map: preamble '%s' not found (--preamble): no PostScript written\n",
                      o.preamble.c_str());
@@ -377,7 +378,7 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     }
 
     if (hooks.overlay) hooks.overlay(dc, ps, geo);
-    if (!writePicture(dc, ps, "EndPlot\nshowpage\n", o.out, o.width, o.height)) status = 1;
+    if (!writePicture(dc, ps, "EndPlot\nshowpage\n", o.out, o.width, o.height, ppl)) status = 1;
     DeleteMYPalette();
     KCanvasDestroy(dc);
     hdcMem = nullptr;

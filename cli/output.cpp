@@ -1,14 +1,79 @@
 #include "cli/output.h"
 
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 
 #include "kestrel/kestrel.h"
 #include "plot/psstream.h"
 
-bool writePicture(KDC dc, KFILE ps, const char *trailer, const std::string &name, int w, int h) {
+namespace {
+
+constexpr double kPointsPerCm = 72.0 / 2.54;
+
+// The page in points, rounded up so the picture fits whole.
+void pagePoints(int w, int h, float ppl, int *pw, int *ph) {
+    *pw = static_cast<int>(std::ceil(w / ppl * kPointsPerCm));
+    *ph = static_cast<int>(std::ceil(h / ppl * kPointsPerCm));
+}
+
+// The smallest rectangle of pixels that are not white; false for a blank picture.
+bool inkBox(KDC dc, int w, int h, int box[4]) {
+    int32_t stride = 0;
+    const uint8_t *px = KCanvasPixels(dc, &stride);
+    if (!px) return false;
+    int x0 = w, y0 = h, x1 = -1, y1 = -1;
+    for (int y = 0; y < h; ++y) {
+        const uint32_t *row = reinterpret_cast<const uint32_t *>(px + static_cast<size_t>(y) * stride);
+        for (int x = 0; x < w; ++x) {
+            if ((row[x] & 0xFFFFFFu) == 0xFFFFFFu) continue;
+            x0 = std::min(x0, x);
+            x1 = std::max(x1, x);
+            y0 = std::min(y0, y);
+            y1 = std::max(y1, y);
+        }
+    }
+    if (x1 < 0) return false;
+    box[0] = x0;
+    box[1] = y0;
+    box[2] = x1;
+    box[3] = y1;
+    return true;
+}
+
+}  // namespace
+
+std::string postscriptHeader(const std::string &title, int w, int h, float ppl) {
+    int pw = 0, ph = 0;
+    pagePoints(w, h, ppl, &pw, &ph);
+    char text[400];
+    std::snprintf(text, sizeof text,
+                  "%%%%Title: %.200s\n%%%%BoundingBox: (atend)\n%%%%DocumentMedia: Kestrel %d %d 0 () ()\n"
+                  "%%%%Pages: 1\n%%%%EndComments\n<< /PageSize [%d %d] >> setpagedevice\n",
+                  title.c_str(), pw, ph, pw, ph);
+    return text;
+}
+
+bool writePicture(KDC dc, KFILE ps, const char *trailer, const std::string &name, int w, int h, float ppl) {
     bool ok = true;
     if (ps) {
         kestrel::psWrite(ps, trailer);
+        // The ink's box in points (y up from the page's bottom), widened by
+        // 6 points: the PostScript's fonts are not the canvas's and may
+        // reach a little further.
+        int box[4] = {0, 0, w - 1, h - 1};
+        int pw = 0, ph = 0;
+        pagePoints(w, h, ppl, &pw, &ph);
+        inkBox(dc, w, h, box);
+        const double k = kPointsPerCm / ppl;
+        const int llx = std::max(0, static_cast<int>(std::floor(box[0] * k)) - 6);
+        const int lly = std::max(0, static_cast<int>(std::floor((h - 1 - box[3]) * k)) - 6);
+        const int urx = std::min(pw, static_cast<int>(std::ceil((box[2] + 1) * k)) + 6);
+        const int ury = std::min(ph, static_cast<int>(std::ceil((h - box[1]) * k)) + 6);
+        char end[160];
+        std::snprintf(end, sizeof end, "%%%%Trailer\n%%%%BoundingBox: %d %d %d %d\n%%%%EOF\n", llx, lly, urx, ury);
+        kestrel::psWrite(ps, end);
         KFileClose(ps);
         std::printf("kestrel: wrote %s.ps\n", name.c_str());
     }

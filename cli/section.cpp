@@ -441,8 +441,9 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
 
     const float yb = down ? ymax : ymin, yt = down ? ymin : ymax;
     const std::string psName = o.name + ".ps";
-    KFILE ps = o.show ? nullptr : PSOpenFile(psName.c_str(), o.preamble.c_str(), "%%Title: Kestrel section\n%%EndComments\n",
-                          "\n/frame? true def\n", 0);
+    KFILE ps = o.show ? nullptr : PSOpenFile(psName.c_str(), o.preamble.c_str(),
+                                                     postscriptHeader("Kestrel section", w, h, 40.0f).c_str(),
+                                                     "\n/frame? true def\n", 0);
     if (!ps && !o.show) note(false, "no PostScript written (cannot open %s or read the preamble %s)", psName.c_str(),
                   o.preamble.c_str());
     if (ps) PSPalette(ps);

@@ -182,6 +182,43 @@ TEST(Cli, ColumnNamesCannotRunPostScript) {
     EXPECT_EQ(said.find("DOWN"), std::string::npos) << said;
 }
 
+// The section's and the map's PostScript declare a page the size of the
+// picture and a bounding box: Ghostscript's bbox device finds all the ink
+// inside the declared box, and the box is tight (within a centimetre).
+TEST(Cli, PostScriptDeclaresItsPageAndABoundingBoxAroundAllItsInk) {
+    KT_REQUIRE_GHOSTSCRIPT();
+    const std::string data = kt::dataPath("samples/go-ship_p18_2016.tsv");
+    if (!kt::fileExists(data)) GTEST_SKIP() << "no " << data;
+    const std::string dir = kt::scratchDir("cli_bbox");
+    ASSERT_EQ(kestrel(dir, "section '" + data + "' --x Latitude --y Depth --value Oxygen -q -o p18").status, 0);
+    ASSERT_EQ(kestrel(dir, "map -p mollweide --title World -o world").status, 0);
+    for (const char *name : {"p18", "world"}) {
+        const std::string ps = kt::readFile(dir + "/" + name + ".ps");
+        int pw = 0, ph = 0, a[4] = {0, 0, 0, 0}, b[4] = {0, 0, 0, 0};
+        const size_t media = ps.find("%%DocumentMedia: Kestrel ");
+        ASSERT_NE(media, std::string::npos) << name;
+        ASSERT_EQ(std::sscanf(ps.c_str() + media, "%%%%DocumentMedia: Kestrel %d %d", &pw, &ph), 2);
+        EXPECT_EQ(pw, 709) << name << ": a 25 cm wide picture";
+        EXPECT_NE(ps.find("/PageSize [" + std::to_string(pw) + " " + std::to_string(ph) + "]"), std::string::npos);
+        const size_t declared = ps.rfind("%%BoundingBox: ");
+        ASSERT_NE(declared, std::string::npos);
+        ASSERT_EQ(std::sscanf(ps.c_str() + declared, "%%%%BoundingBox: %d %d %d %d", &a[0], &a[1], &a[2], &a[3]), 4)
+            << name;
+        const std::string cmd = "cd '" + dir + "' && " + kt::ghostscript() + " -q -dSAFER -dNOPAUSE -dBATCH " +
+                                "-sDEVICE=bbox " + name + ".ps >bbox.txt 2>&1";
+        ASSERT_EQ(std::system(cmd.c_str()), 0);
+        const std::string found = kt::readFile(dir + "/bbox.txt");
+        ASSERT_EQ(std::sscanf(found.c_str(), "%%%%BoundingBox: %d %d %d %d", &b[0], &b[1], &b[2], &b[3]), 4) << found;
+        EXPECT_LE(a[0], b[0]) << name << " ink " << found;
+        EXPECT_LE(a[1], b[1]) << name << " ink " << found;
+        EXPECT_GE(a[2], b[2]) << name << " ink " << found;
+        EXPECT_GE(a[3], b[3]) << name << " ink " << found;
+        for (int k = 0; k < 4; ++k) EXPECT_LE(std::abs(a[k] - b[k]), 28) << name << " edge " << k << ": " << found;
+        EXPECT_LE(a[2], pw);
+        EXPECT_LE(a[3], ph);
+    }
+}
+
 }  // namespace
 
 namespace {
