@@ -8,6 +8,9 @@
 #include "section.h"
 #include "cli/derived.h"
 
+#ifndef KESTREL_VERSION
+#define KESTREL_VERSION "unknown"
+#endif
 #ifndef KESTREL_SOURCE_DIR
 #define KESTREL_SOURCE_DIR "."
 #endif
@@ -20,7 +23,8 @@ int usage(std::FILE *to) {
     std::fprintf(to, "%s%s%s", kDemoUsage,
                  "       kestrel map [options] -o NAME\n"
                  "  map     draw a map with coastlines and stations as NAME.png, NAME.gif, NAME.ps\n"
-                 "          (kestrel map --help for its options)\n",
+                 "          (kestrel map --help for its options)\n"
+                 "       kestrel --version   the version of this program\n",
                  kSectionUsage);
     std::fprintf(to, "%s%s%s", kGammaUsage, kDerivedUsage, kViewUsage);
     std::fprintf(to, "       kestrel grid3d TABLE.tsv --x COL --y COL --z COL --value COL [--slice DEPTH] -o NAME\n"
@@ -54,6 +58,10 @@ int main(int argc, char **argv) {
     }
     const std::string cmd = argv[1];
     if (cmd == "--help" || cmd == "-h" || cmd == "help") return usage(stdout);
+    if (cmd == "--version" || cmd == "version") {
+        std::printf("kestrel %s\n", KESTREL_VERSION);
+        return 0;
+    }
     if (cmd == "map") return mapCommand(argc - 2, argv + 2);
     if (cmd == "gamma") return gammaMain(argc - 2, argv + 2);
     if (cmd == "grid3d") return grid3dMain(argc - 2, argv + 2, findPreamble("", argv[0]));

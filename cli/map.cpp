@@ -224,6 +224,7 @@ int mapCommand(int argc, char **argv) {
     MapOptions o;
     const int status = parseMapOptions(argc, argv, &o);
     if (status >= 0) return status;
+    if (!outputFolderExists(o.out)) return 2;
     MapHooks hooks;
     return drawMap(o, hooks);
 }

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <filesystem>
 
 #include "kestrel/kestrel.h"
 #include "plot/psstream.h"
@@ -43,6 +44,14 @@ bool inkBox(KDC dc, int w, int h, int box[4]) {
 }
 
 }  // namespace
+
+bool outputFolderExists(const std::string &name) {
+    const std::filesystem::path folder = std::filesystem::path(name).parent_path();
+    std::error_code ec;
+    if (folder.empty() || std::filesystem::is_directory(folder, ec)) return true;
+    std::fprintf(stderr, "kestrel: the output folder '%s' does not exist\n", folder.string().c_str());
+    return false;
+}
 
 std::string postscriptHeader(const std::string &title, int w, int h, float ppl) {
     int pw = 0, ph = 0;

@@ -6,6 +6,10 @@
 
 #include "kestrel/types.h"
 
+// True when the folder that NAME.png and the others go to exists; else says
+// so in one line on stderr, before any work is done.
+bool outputFolderExists(const std::string &name);
+
 // The PostScript header of a w x h pixel picture at ppl pixels per
 // centimetre (the preamble's length unit): the title, a page exactly the
 // picture's size (so nothing is cut, whatever paper the viewer assumes) and

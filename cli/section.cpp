@@ -630,6 +630,7 @@ int sectionMain(int argc, char **argv, const std::function<std::string(const std
         std::fprintf(stderr, "kestrel: section needs a table and --x, --y and --value (try kestrel --help)\n");
         return 2;
     }
+    if (!o.show && !outputFolderExists(o.name)) return 2;
     o.preamble = findPreamble(preamble);
     Table table;
     if (!readTable(o.data, &table)) {

@@ -138,6 +138,9 @@ TEST(Cli, BadInvocationsSayWhatIsWrongInOneLine) {
         {"section words.tsv --x Latitude --y Depth --value Temperature --lines many", "bad value for --lines"},
         {"demo --seed -3", "--seed needs a whole number"},
         {"frobnicate", "unknown command 'frobnicate'"},
+        {"section words.tsv --x Latitude --y Depth --value Temperature -o nowhere/p",
+         "the output folder 'nowhere' does not exist"},
+        {"map -o nowhere/m", "the output folder 'nowhere' does not exist"},
         {"", "no command"},
     };
     for (const auto &c : cases) {
@@ -147,6 +150,9 @@ TEST(Cli, BadInvocationsSayWhatIsWrongInOneLine) {
         EXPECT_NE(r.err.find(c.says), std::string::npos) << c.args << ": " << r.err;
     }
     EXPECT_FALSE(kt::fileExists(dir + "/kestrel-section.png"));
+    const Outcome v = kestrel(dir, "--version");
+    EXPECT_EQ(v.status, 0);
+    EXPECT_EQ(v.out.rfind("kestrel ", 0), 0u) << v.out;
     for (const char *help : {"--help", "section --help", "demo -h"}) {
         const Outcome r = kestrel(dir, help);
         EXPECT_EQ(r.status, 0) << help;
