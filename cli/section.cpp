@@ -44,13 +44,55 @@ void note(bool quiet, const char *format, ...) {
     va_end(args);
 }
 
-std::vector<std::string> splitTabs(const std::string &line) {
+// How the fields of a table are separated, chosen from its header line:
+// tabs where there are any, else commas, else runs of blanks.
+enum class Separator { Tab, Comma, Blanks };
+
+Separator separatorOf(const std::string &header) {
+    if (header.find('\t') != std::string::npos) return Separator::Tab;
+    if (header.find(',') != std::string::npos) return Separator::Comma;
+    return Separator::Blanks;
+}
+
+std::vector<std::string> splitFields(const std::string &line, Separator sep) {
     std::vector<std::string> out(1);
+    bool quoted = false, gap = true;
     for (char c : line) {
-        if (c == '\t') out.emplace_back();
-        else if (c != '\r' && c != '\n') out.back() += c;
+        if (c == '\r' || c == '\n') continue;
+        if (sep == Separator::Tab) {
+            if (c == '\t') out.emplace_back();
+            else out.back() += c;
+        } else if (sep == Separator::Comma) {
+            if (c == '"') quoted = !quoted;  // a doubled quote inside a field reads as none
+            else if (c == ',' && !quoted) out.emplace_back();
+            else out.back() += c;
+        } else if (c == ' ' || c == '\t') {
+            gap = true;
+        } else {
+            if (gap && !out.back().empty()) out.emplace_back();
+            gap = false;
+            out.back() += c;
+        }
     }
+    if (sep == Separator::Comma)  // blanks around a comma are not part of the field
+        for (std::string &f : out) {
+            const size_t a = f.find_first_not_of(' '), b = f.find_last_not_of(' ');
+            f = a == std::string::npos ? std::string() : f.substr(a, b - a + 1);
+        }
     return out;
+}
+
+// Text as a table holds it: no zero bytes, and control characters other
+// than tab, line feed and carriage return rare (a binary file has plenty).
+bool looksLikeText(const std::string &text) {
+    const size_t n = std::min<size_t>(text.size(), 65536);
+    size_t control = 0;
+    for (size_t i = 0; i < n; ++i) {
+        const unsigned char c = static_cast<unsigned char>(text[i]);
+        if (c == 0) return false;
+        if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') ++control;
+    }
+    return control * 100 <= n;
 }
 
 double number(const std::string &s) {
@@ -204,19 +246,30 @@ int findColumn(const Table &t, const std::string &name) {
     return -1;
 }
 
-bool readTable(const std::string &path, Table *t) {
+bool readTable(const std::string &path, Table *t, std::string *why) {
+    auto fail = [&](const char *reason) {
+        if (why) *why = reason;
+        return false;
+    };
     std::string text;
-    if (!readTextFile(path, &text)) return false;
+    if (!readTextFile(path, &text)) return fail("cannot be read");
+    if (!looksLikeText(text)) return fail("is not a text table (tab-, comma- or blank-separated, with a header line)");
     std::istringstream in(text);
     std::string line;
-    if (!std::getline(in, line)) return false;
-    t->names = splitTabs(line);
+    if (!std::getline(in, line) || line.find_first_not_of(" \t\r,") == std::string::npos)
+        return fail("has no header line");
+    const Separator sep = separatorOf(line);
+    t->names = splitFields(line, sep);
     t->rows.clear();
+    t->textCells.assign(t->names.size(), 0);
     while (std::getline(in, line)) {
         if (line.empty() || line == "\r") continue;
-        const std::vector<std::string> cells = splitTabs(line);
+        const std::vector<std::string> cells = splitFields(line, sep);
         std::vector<double> row(t->names.size(), std::nan(""));
-        for (size_t k = 0; k < row.size() && k < cells.size(); ++k) row[k] = number(cells[k]);
+        for (size_t k = 0; k < row.size() && k < cells.size(); ++k) {
+            row[k] = number(cells[k]);
+            if (std::isnan(row[k]) && cells[k].find_first_not_of(" ") != std::string::npos) ++t->textCells[k];
+        }
         t->rows.push_back(std::move(row));
     }
     return true;
@@ -260,6 +313,13 @@ int readSamples(const Table &table, const SectionOptions &o, Samples *out) {
         }
     }
     std::vector<float> &xs = d.x, &ys = d.y, &vs = d.v;
+    // Text where a number belongs: said once, for the three columns together.
+    std::string texts;
+    for (const int col : {cx, cy, cv}) {
+        const size_t k = static_cast<size_t>(col);
+        if (k < table.textCells.size() && table.textCells[k] > 0 && texts.find(table.names[k]) == std::string::npos)
+            texts += (texts.empty() ? "" : ", ") + std::to_string(table.textCells[k]) + " in " + table.names[k];
+    }
     for (const auto &row : table.rows) {
         const double x = row[static_cast<size_t>(cx)], y = row[static_cast<size_t>(cy)],
                      v = row[static_cast<size_t>(cv)];
@@ -276,6 +336,9 @@ int readSamples(const Table &table, const SectionOptions &o, Samples *out) {
                      o.data.c_str(), n, n == 1 ? "" : "s", o.x.c_str(), o.y.c_str(), o.value.c_str());
         return 1;
     }
+    if (!texts.empty())
+        std::fprintf(stderr, "kestrel: %s: rows with text where a number belongs (%s) are left out\n",
+                     o.data.c_str(), texts.c_str());
     d.xColumn = cx;
     d.xName = prettyName(table.names[static_cast<size_t>(cx)]);
     d.yName = prettyName(table.names[static_cast<size_t>(cy)]);
@@ -633,8 +696,9 @@ int sectionMain(int argc, char **argv, const std::function<std::string(const std
     if (!o.show && !outputFolderExists(o.name)) return 2;
     o.preamble = findPreamble(preamble);
     Table table;
-    if (!readTable(o.data, &table)) {
-        std::fprintf(stderr, "kestrel: cannot read %s\n", o.data.c_str());
+    std::string why;
+    if (!readTable(o.data, &table, &why)) {
+        std::fprintf(stderr, "kestrel: %s %s\n", o.data.c_str(), why.c_str());
         return 1;
     }
     if (isDerivedVariable(o.value) && findColumn(table, o.value) < 0) {

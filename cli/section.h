@@ -14,11 +14,14 @@
 struct Table {
     std::vector<std::string> names;
     std::vector<std::vector<double>> rows;
+    std::vector<size_t> textCells;  // per column: fields that held text, not a number
 };
 
-// Reads a tab-separated table with a header line; false when the file cannot
-// be read or has no header.
-bool readTable(const std::string &path, Table *table);
+// Reads a table with a header line, its fields separated by tabs, else by
+// commas (double quotes keep a field whole), else by runs of blanks. False
+// when the file cannot be read, has no header or is not text; *why (may be
+// null) then says which, in words fit for the user.
+bool readTable(const std::string &path, Table *table, std::string *why = nullptr);
 
 // A column by its full name or by its name without the unit ("Depth"
 // finds "Depth [m]"); -1 when there is none.

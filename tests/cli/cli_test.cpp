@@ -127,10 +127,12 @@ TEST(Cli, GoShipSectionOfThreeProperties) {
 TEST(Cli, BadInvocationsSayWhatIsWrongInOneLine) {
     const std::string dir = kt::scratchDir("cli_bad");
     kt::writeFile(dir + "/words.tsv", "Latitude\tDepth [m]\tTemperature\nnorth\tdeep\twarm\n1\t2\t\n");
+    kt::writeFile(dir + "/binary.tsv", std::string("a\tb\tc\n\x01\x02\0\x7f\x80\x1b[31m", 14));
     const struct {
         const char *args, *says;
     } cases[] = {
-        {"section nothere.tsv --x a --y b --value c", "cannot read nothere.tsv"},
+        {"section nothere.tsv --x a --y b --value c", "nothere.tsv cannot be read"},
+        {"section binary.tsv --x a --y b --value c", "binary.tsv is not a text table"},
         {"section words.tsv --x Latitude --y Depth --value Oxygen", "has no column 'Oxygen'"},
         {"section words.tsv --x Latitude --y Depth --value Temperature", "has 0 rows with numbers"},
         {"section words.tsv --x Latitude --y Depth --value Temperature --bogus", "unknown option '--bogus'"},
@@ -186,6 +188,34 @@ TEST(Cli, ColumnNamesCannotRunPostScript) {
     const std::string said = kt::readFile(dir + "/gs.txt");
     EXPECT_EQ(said.find("INJECTED"), std::string::npos) << said;
     EXPECT_EQ(said.find("DOWN"), std::string::npos) << said;
+}
+
+// Comma-separated (with quoted fields) and blank-separated tables draw the
+// same section as the tab-separated one; fields with text where a number
+// belongs are counted in one line and left out.
+TEST(Cli, CommaAndBlankSeparatedTables) {
+    const std::string dir = kt::scratchDir("cli_formats");
+    std::string tsv = "x\ty\tv\n", csv = "\"x\", y ,\"v\"\n", txt = "x   y v\n";
+    for (int i = 0; i < 80; ++i) {
+        const std::string x = std::to_string(i % 10), y = std::to_string((i / 10) * 50),
+                          v = std::to_string(0.5 * (i % 10) + 0.01 * (i / 10) * 50);
+        tsv += x + "\t" + y + "\t" + v + "\n";
+        csv += x + ", " + y + "," + v + "\n";
+        txt += "  " + x + "  " + y + "\t " + v + "\n";
+    }
+    csv += "3,100,n/a\n4,120,bad\n";
+    kt::writeFile(dir + "/t.tsv", tsv);
+    kt::writeFile(dir + "/t.csv", csv);
+    kt::writeFile(dir + "/t.txt", txt);
+    for (const char *name : {"t.tsv", "t.csv", "t.txt"}) {
+        const Outcome r = kestrel(dir, std::string("section ") + name + " --x x --y y --value v -q -o " + name + "-out");
+        EXPECT_EQ(r.status, 0) << name << ": " << r.err;
+        EXPECT_NE(r.out.find("80 samples"), std::string::npos) << name << ": " << r.out;
+    }
+    const Outcome r = kestrel(dir, "section t.csv --x x --y y --value v -q -o again");
+    EXPECT_NE(r.err.find("rows with text where a number belongs (2 in v) are left out"), std::string::npos) << r.err;
+    EXPECT_EQ(r.err.find('\n'), r.err.size() - 1) << r.err;
+    EXPECT_EQ(kt::readFile(dir + "/t.tsv-out.ps"), kt::readFile(dir + "/t.txt-out.ps"));
 }
 
 // The section's and the map's PostScript declare a page the size of the
