@@ -2,11 +2,14 @@
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "cli/commands.h"
 #include "kestrel/kestrel.h"
 #include "section.h"
 #include "cli/derived.h"
+#include "cli/output.h"
+#include "platform/platform.h"
 
 #ifndef KESTREL_VERSION
 #define KESTREL_VERSION "unknown"
@@ -33,16 +36,29 @@ int usage(std::FILE *to) {
     return to == stderr ? 2 : 0;
 }
 
-// The preamble: the one asked for, else one installed beside the program,
-// else the source tree's.
-std::string findPreamble(const std::string &asked, const char *argv0) {
-    if (!asked.empty()) return asked;
+}  // namespace
+
+namespace {
+
+// kestrel view runs kestrel-view, the window program beside this one, with
+// the same arguments, and ends as it ends.
+int startView(int argc, char **argv) {
     std::error_code ec;
-    const fs::path exe = fs::absolute(fs::path(argv0 ? argv0 : ""), ec).parent_path();
-    for (const fs::path &p : {exe / "kestrel.ps", exe / ".." / "share" / "kestrel" / "kestrel.ps",
-                              fs::path(KESTREL_SOURCE_DIR) / "data" / "preamble" / "kestrel.ps"})
-        if (fs::is_regular_file(p, ec)) return p.string();
-    return (fs::path(KESTREL_SOURCE_DIR) / "data" / "preamble" / "kestrel.ps").string();
+    const fs::path self = fs::absolute(fs::path(argv[0] ? argv[0] : ""), ec);
+    const fs::path viewer = self.parent_path() / "kestrel-view";
+    if (!fs::is_regular_file(viewer, ec)) {
+        std::fprintf(stderr, "kestrel: this kestrel was built without a window system (GTK 3): view is not available\n");
+        return 1;
+    }
+    std::vector<std::string> words{viewer.string()};
+    for (int i = 2; i < argc; ++i) words.emplace_back(argv[i]);
+    std::fflush(stdout);
+    const int status = kestrel::plat::spawnProcess(nullptr, words, nullptr, true);
+    if (status < 0) {
+        std::fprintf(stderr, "kestrel: cannot start %s\n", viewer.string().c_str());
+        return 1;
+    }
+    return status;
 }
 
 }  // namespace
@@ -67,8 +83,7 @@ int main(int argc, char **argv) {
     if (cmd == "grid3d") return grid3dMain(argc - 2, argv + 2, findPreamble("", argv[0]));
     if (cmd == "section")
         return sectionMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
-    if (cmd == "view")
-        return viewMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
+    if (cmd == "view") return startView(argc, argv);
     if (cmd == "demo")
         return demoMain(argc - 2, argv + 2, [&](const std::string &asked) { return findPreamble(asked, argv[0]); });
     std::fprintf(stderr, "kestrel: unknown command '%s' (try kestrel --help)\n", cmd.c_str());

@@ -25,15 +25,20 @@ bool inkBox(KDC dc, int w, int h, int box[4]) {
     const uint8_t *px = KCanvasPixels(dc, &stride);
     if (!px) return false;
     int x0 = w, y0 = h, x1 = -1, y1 = -1;
+    auto white = [](uint32_t p) { return (p & 0xFFFFFFu) == 0xFFFFFFu; };
     for (int y = 0; y < h; ++y) {
+        // Only the margins of each row are looked at: from the left up to
+        // the first ink, from the right down to the last.
         const uint32_t *row = reinterpret_cast<const uint32_t *>(px + static_cast<size_t>(y) * stride);
-        for (int x = 0; x < w; ++x) {
-            if ((row[x] & 0xFFFFFFu) == 0xFFFFFFu) continue;
-            x0 = std::min(x0, x);
-            x1 = std::max(x1, x);
-            y0 = std::min(y0, y);
-            y1 = std::max(y1, y);
-        }
+        int a = 0;
+        while (a < w && white(row[a])) ++a;
+        if (a == w) continue;
+        int b = w - 1;
+        while (b > a && white(row[b])) --b;
+        x0 = std::min(x0, a);
+        x1 = std::max(x1, b);
+        y0 = std::min(y0, y);
+        y1 = y;
     }
     if (x1 < 0) return false;
     box[0] = x0;
@@ -44,6 +49,23 @@ bool inkBox(KDC dc, int w, int h, int box[4]) {
 }
 
 }  // namespace
+
+#ifndef KESTREL_SOURCE_DIR
+#define KESTREL_SOURCE_DIR "."
+#endif
+
+// The preamble: the one asked for, else one installed beside the program,
+// else the source tree's.
+std::string findPreamble(const std::string &asked, const char *argv0) {
+    namespace fs = std::filesystem;
+    if (!asked.empty()) return asked;
+    std::error_code ec;
+    const fs::path exe = fs::absolute(fs::path(argv0 ? argv0 : ""), ec).parent_path();
+    for (const fs::path &p : {exe / "kestrel.ps", exe / ".." / "share" / "kestrel" / "kestrel.ps",
+                              fs::path(KESTREL_SOURCE_DIR) / "data" / "preamble" / "kestrel.ps"})
+        if (fs::is_regular_file(p, ec)) return p.string();
+    return (fs::path(KESTREL_SOURCE_DIR) / "data" / "preamble" / "kestrel.ps").string();
+}
 
 bool outputFolderExists(const std::string &name) {
     const std::filesystem::path folder = std::filesystem::path(name).parent_path();

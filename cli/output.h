@@ -6,6 +6,10 @@
 
 #include "kestrel/types.h"
 
+// The PostScript preamble: the one asked for, else one installed beside
+// the program argv0, else the source tree's.
+std::string findPreamble(const std::string &asked, const char *argv0);
+
 // True when the folder that NAME.png and the others go to exists; else says
 // so in one line on stderr, before any work is done.
 bool outputFolderExists(const std::string &name);

@@ -55,6 +55,22 @@ Separator separatorOf(const std::string &header) {
 }
 
 std::vector<std::string> splitFields(const std::string &line, Separator sep) {
+    if (sep == Separator::Tab) {  // the common case, field by field rather than byte by byte
+        std::vector<std::string> out;
+        size_t end = line.size();
+        while (end > 0 && (line[end - 1] == '\r' || line[end - 1] == '\n')) --end;
+        size_t a = 0;
+        for (;;) {
+            const size_t b = line.find('\t', a);
+            if (b == std::string::npos || b >= end) {
+                out.emplace_back(line, a, end - a);
+                break;
+            }
+            out.emplace_back(line, a, b - a);
+            a = b + 1;
+        }
+        return out;
+    }
     std::vector<std::string> out(1);
     bool quoted = false, gap = true;
     for (char c : line) {
@@ -589,6 +605,11 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     hdcMem = nullptr;
     return status;
 }
+
+const char *const kViewUsage =
+    "       kestrel view DATA.tsv --x COL --y COL --value COL [section options] [--window WxH]\n"
+    "  view    the section in a window: p picks points (printed on Enter), z zooms the plot\n"
+    "          range, c the colour range, dragging scrolls, q quits\n";
 
 const char *const kSectionUsage =
     "       kestrel section DATA.tsv --x COL --y COL --value COL [options] [-o NAME]\n"

@@ -14,20 +14,6 @@
 #include "cli/section.h"
 #include "kestrel/kestrel.h"
 
-const char *const kViewUsage =
-    "       kestrel view DATA.tsv --x COL --y COL --value COL [section options] [--window WxH]\n"
-    "  view    the section in a window: p picks points (printed on Enter), z zooms the plot\n"
-    "          range, c the colour range, dragging scrolls, q quits\n";
-
-#ifndef KESTREL_HAVE_GTK
-
-int viewMain(int, char **, const std::function<std::string(const std::string &)> &) {
-    std::fprintf(stderr, "kestrel: this kestrel was built without a window system (GTK 3): view is not available\n");
-    return 1;
-}
-
-#else
-
 #include <algorithm>
 
 #include <gtk/gtk.h>
@@ -300,5 +286,3 @@ int viewMain(int argc, char **argv, const std::function<std::string(const std::s
     return sectionMain(static_cast<int>(rest.size()), rest.data(), findPreamble,
                        [&](KDC picture) { return showWindow(picture, width, height); });
 }
-
-#endif
