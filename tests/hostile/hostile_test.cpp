@@ -187,11 +187,11 @@ TEST_F(Hostile, ContourTracingSurvivesBadSizesAndValues) {
         EXPECT_LE(n, KESTREL_MAX_CONTOUR_LABELS);
     }
     // Shading and erasing with coordinates far beyond any device.
-    const float far[4] = {-3e38f, 0, 1e30f, 3e38f};
+    const float remote[4] = {-3e38f, 0, 1e30f, 3e38f};
     const float field4[16] = {0, 1, 2, 3, kNaN, 5, 6, 7, 8, kInf, 10, 11, 12, 13, 14, -kInf};
     for (float v : kBadFloats) {
-        ShadeField(field4, 0, 0, far, 4, far, 4, v, 10, 0.5f, 0.5f, dc, nullptr);
-        EraseField(field4, v, far, 4, far, 4, 0, dc, nullptr);
+        ShadeField(field4, 0, 0, remote, 4, remote, 4, v, 10, 0.5f, 0.5f, dc, nullptr);
+        EraseField(field4, v, remote, 4, remote, 4, 0, dc, nullptr);
     }
     for (int32_t bad : kBadCounts) {
         ShadeField(field.data(), 0, 0, xs.data(), bad, ys.data(), 10, 0, 1, 0.5f, 0.5f, dc, nullptr);
