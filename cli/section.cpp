@@ -498,16 +498,34 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     // beyond it.
     std::vector<float> sorted = vs;
     std::sort(sorted.begin(), sorted.end());
-    const float lo = sorted[static_cast<size_t>(0.005 * (n - 1))];
-    const float hi = std::max(sorted[static_cast<size_t>(0.995 * (n - 1) + 0.5)], lo + 1e-3f * (std::fabs(lo) + 1));
-    const Levels lv = chooseLevels(lo, hi, o.lines);
-    std::vector<KContourLevel> levels;
-    for (long k = lv.first; k <= lv.last; ++k) {
-        const bool major = k % 2 == 0;
-        levels.push_back({static_cast<float>(k * lv.step), 0, 0, major ? 2 : 0, major ? 1 : 0, 0, 9, 1});
+    // A range given (--range) holds both the levels and the colours, so
+    // that two sections drawn with it share one colour scale.
+    const float lo = o.hasRange ? o.rangeLo : sorted[static_cast<size_t>(0.005 * (n - 1))];
+    const float hi = o.hasRange ? o.rangeHi
+                                : std::max(sorted[static_cast<size_t>(0.995 * (n - 1) + 0.5)],
+                                           lo + 1e-3f * (std::fabs(lo) + 1));
+    Levels lv = chooseLevels(lo, hi, o.lines);
+    if (o.interval > 0) {
+        lv.step = o.interval;
+        lv.first = static_cast<long>(std::ceil(lo / lv.step - 1e-9));
+        lv.last = std::min(static_cast<long>(std::floor(hi / lv.step + 1e-9)), lv.first + 999);
     }
-    const float zmin = static_cast<float>(std::floor(lo / lv.step - 1e-6) * lv.step);
-    const float zmax = static_cast<float>(std::ceil(hi / lv.step + 1e-6) * lv.step);
+    std::vector<KContourLevel> levels;
+    auto addLevel = [&](float value, long index) {
+        const bool major = index % o.labelEvery == 0;
+        levels.push_back({value, 0, 0, major ? 2 : 0, major ? 1 : 0, 0, 9, 1});
+    };
+    if (!o.levelList.empty()) {
+        for (size_t k = 0; k < o.levelList.size(); ++k) addLevel(o.levelList[k], static_cast<long>(k));
+    } else {
+        for (long k = lv.first; k <= lv.last; ++k) addLevel(static_cast<float>(k * lv.step), k);
+    }
+    float zmin = static_cast<float>(std::floor(lo / lv.step - 1e-6) * lv.step);
+    float zmax = static_cast<float>(std::ceil(hi / lv.step + 1e-6) * lv.step);
+    if (o.hasRange) {
+        zmin = o.rangeLo;
+        zmax = o.rangeHi;
+    }
     std::vector<float> shade(set.gridEst, set.gridEst + static_cast<size_t>(nx) * static_cast<size_t>(ny));
     for (float &v : shade) v = std::clamp(v, zmin, zmax);
     SectionOptions opt = o;
@@ -598,7 +616,9 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     status = ps ? 0 : 1;
     if (!writePicture(canvas, ps, "showpage\n", o.name, w, h)) status = 1;
     std::printf("kestrel: %d samples, %zu stations, %d x %d grid, %zu levels from %g by %g\n", n, stations.size(), nx,
-                ny, levels.size(), lv.first * lv.step, lv.step);
+                ny, levels.size(), o.levelList.empty() ? lv.first * lv.step : o.levelList.front(),
+                o.levelList.size() > 1 ? o.levelList[1] - o.levelList[0] : lv.step);
+    std::printf("kestrel: colours from %g to %g\n", zmin, zmax);
     OAFreeSet(&set);
     DeleteMYPalette();
     KCanvasDestroy(canvas);
@@ -625,6 +645,11 @@ const char *const kSectionUsage =
     "    --topo FILE     sea floor from a topography grid along the stations' positions (Longitude,\n"
     "                    Latitude columns) instead of from the bottom depth column\n"
     "    --lines N       about N contour levels at a 1-2-5 step, every second labelled (20)\n"
+    "    --interval STEP contour levels STEP apart\n"
+    "    --levels A,B,.. these contour levels, rising\n"
+    "    --label-every N every N-th level labelled and drawn thicker (2)\n"
+    "    --range LO/HI   colours (and levels) over LO..HI, not over the data: sections drawn with\n"
+    "                    one range share one colour scale\n"
     "    --columns N     at most N grid columns (120)\n"
     "    --percent P     scale length at the densest node, % of the axis (3)\n"
     "    --factor F      estimator scale factor (1)\n"
@@ -650,7 +675,8 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
                            : (a == "--x" || a == "--y" || a == "--value" || a == "-o" || a == "--title" ||
                               a == "--preamble" || a == "--palette" || a == "--columns" || a == "--lines" ||
                               a == "--percent" || a == "--factor" || a == "--max-error" || a == "--bottom" ||
-                              a == "--topo")
+                              a == "--topo" || a == "--interval" || a == "--range" || a == "--levels" ||
+                              a == "--label-every")
                                ? 1
                                : 0;
         if (values && i + values >= argc) {
@@ -676,6 +702,32 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
         } else if (a == "--columns" || a == "--lines") {
             ok = toFloat(argv[++i], &v) && v >= 2 && v <= (a == "--lines" ? 200 : 1499);
             (a == "--columns" ? o->columns : o->lines) = static_cast<int32_t>(v);
+        } else if (a == "--interval") {
+            ok = toFloat(argv[++i], &v) && v > 0;
+            o->interval = v;
+        } else if (a == "--label-every") {
+            ok = toFloat(argv[++i], &v) && v >= 1 && v <= 100 && v == std::floor(v);
+            o->labelEvery = static_cast<int32_t>(v);
+        } else if (a == "--range") {
+            const std::string r = argv[++i];
+            const size_t slash = r.find('/');
+            float a0 = 0, a1 = 0;
+            ok = slash != std::string::npos && toFloat(r.substr(0, slash).c_str(), &a0) &&
+                 toFloat(r.substr(slash + 1).c_str(), &a1) && a0 < a1;
+            o->hasRange = ok;
+            o->rangeLo = a0;
+            o->rangeHi = a1;
+        } else if (a == "--levels") {
+            o->levelList.clear();
+            std::string list = argv[++i];
+            size_t start = 0;
+            while (ok && start <= list.size()) {
+                const size_t comma = std::min(list.find(',', start), list.size());
+                ok = toFloat(list.substr(start, comma - start).c_str(), &v) && o->levelList.size() < 1000 &&
+                     (o->levelList.empty() || v > o->levelList.back());
+                if (ok) o->levelList.push_back(v);
+                start = comma + 1;
+            }
         } else if (a == "--percent" || a == "--factor" || a == "--max-error") {
             ok = toFloat(argv[++i], &v) && v > 0;
             (a == "--percent" ? o->percent : a == "--factor" ? o->factor : o->maxError) = v;

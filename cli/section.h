@@ -48,6 +48,11 @@ struct SectionOptions {
     float factor = 1.0f;       // scale factor of the estimator
     float maxError = 16.0f;    // erase where the mean squared data distance exceeds this
     int32_t lines = 20;        // about this many contour levels
+    float interval = 0;        // contour step; 0: a 1-2-5 step giving about `lines` levels
+    std::vector<float> levelList;  // the contour levels themselves, when given
+    bool hasRange = false;     // the colour range (and the levels' span) given
+    float rangeLo = 0, rangeHi = 0;
+    int32_t labelEvery = 2;    // every n-th level labelled (and drawn thicker)
     bool autoStretch = true;   // contrast where the data are: steepest at their median
     float stretch0 = -1.5f, stretch1 = 1.5f;
     bool quiet = false;        // no progress on stderr

@@ -218,6 +218,42 @@ TEST(Cli, CommaAndBlankSeparatedTables) {
     EXPECT_EQ(kt::readFile(dir + "/t.tsv-out.ps"), kt::readFile(dir + "/t.txt-out.ps"));
 }
 
+// The contour levels and the colour range as the user sets them: a step,
+// a list, every n-th labelled, and one colour range for two sections whose
+// data span different values.
+TEST(Cli, LevelsIntervalsAndAColourRangeSharedBySections) {
+    const std::string dir = kt::scratchDir("cli_levels");
+    auto table = [&](const std::string &name, double offset) {
+        std::string t = "x\ty\tv\n";
+        for (int i = 0; i < 120; ++i)
+            t += std::to_string(i % 12) + "\t" + std::to_string((i / 12) * 40) + "\t" +
+                 std::to_string(offset + 0.4 * (i % 12) + 0.01 * (i / 12) * 40) + "\n";
+        kt::writeFile(dir + "/" + name, t);
+    };
+    table("low.tsv", 0.0);   // 0 .. 8.0
+    table("high.tsv", 5.0);  // 5 .. 13.0
+    const std::string common = " --x x --y y --value v -q";
+    Outcome r = kestrel(dir, "section low.tsv" + common + " --interval 0.5 -o a");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("16 levels from 0 by 0.5"), std::string::npos) << r.out;
+    r = kestrel(dir, "section low.tsv" + common + " --levels 1,2,4.5 --label-every 3 -o b");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("3 levels from 1 by 1"), std::string::npos) << r.out;
+    const std::string ps = kt::readFile(dir + "/b.ps");
+    EXPECT_NE(ps.find("%labl: (4.5)"), std::string::npos);
+    for (const char *t : {"low.tsv", "high.tsv"}) {
+        r = kestrel(dir, std::string("section ") + t + common + " --range 0/14 -o " + t);
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_NE(r.out.find("colours from 0 to 14"), std::string::npos) << t << ": " << r.out;
+    }
+    for (const char *bad : {"--range 5/1", "--range 3", "--levels 3,2", "--levels 1,,2", "--label-every 0",
+                            "--interval -1"}) {
+        r = kestrel(dir, std::string("section low.tsv") + common + " " + bad + " -o c");
+        EXPECT_EQ(r.status, 2) << bad;
+        EXPECT_NE(r.err.find("bad value for --"), std::string::npos) << bad << ": " << r.err;
+    }
+}
+
 // The section's and the map's PostScript declare a page the size of the
 // picture and a bounding box: Ghostscript's bbox device finds all the ink
 // inside the declared box, and the box is tight (within a centimetre).
