@@ -68,13 +68,14 @@ private:
     bool captured_ = true;
 };
 
-// Takes status-bar part 0 for a prompt and gives it back on finish(), with
-// part 1 emptied (for the tools that show coordinates there), the key queue
+// Takes the status bar's first pane for a prompt and gives it back on
+// finish(), with the second pane emptied (for the tools that show
+// coordinates there), the key queue
 // cleared and the view repainted.
 class StatusPrompt {
 public:
     StatusPrompt(const char *prompt, bool coordinates);
-    void coordinates(const char *text) const;  // part 1
+    void coordinates(const char *text) const;  // the second pane
     void finish();
     ~StatusPrompt() { finish(); }
     StatusPrompt(const StatusPrompt &) = delete;

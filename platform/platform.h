@@ -141,7 +141,8 @@ void showClientDC(KWND w, KDC dc);
 void releaseClientDC(KWND w, KDC dc);
 void captureMouse(KWND w);                 // all mouse input goes to w
 void releaseMouse();
-// Text of one part of the status bar; the getter returns what the part shows.
+// Text of one pane of the status bar (0 the first); the getter returns what
+// the pane shows.
 void setStatusPart(KWND bar, int part, const char *text);
 std::string statusPart(KWND bar, int part);
 // Waits for one message, dispatches it and returns its number. A message

@@ -119,9 +119,10 @@ typedef struct KUICallbacks {
     void (*showClientDC)(void *user, KWND window, KDC dc);
     /* Mouse capture for window; null releases it. */
     void (*captureMouse)(void *user, KWND window);
-    /* Text of status-bar part 0, 1, ...: set, and read back into buf (size
+    /* Text of the status bar's panes (the first is index 0, the second
+     * index 1, ...): set, and read back into buf (size
      * bytes, zero-terminated; return 0 when unknown). Without the setter,
-     * part 0 goes to statusText. */
+     * the first pane's text goes to statusText. */
     void (*statusPart)(void *user, int32_t part, const char *text);
     int32_t (*getStatusPart)(void *user, int32_t part, char *buf, int32_t size);
     /* Wait for one event, handle it (update CM_Xpos, CM_Ypos, CM_Bstatus,

@@ -18,9 +18,9 @@
  * context; on POSIX the canvas the host's clientDC callback gives) and erase
  * what they drew by copying it back from the off-screen picture hdcMem,
  * offset by the scroll positions iHscrollPos and iVscrollPos. They show a
- * prompt in status-bar part 0 and put its previous text back at the end,
- * use part 1 for coordinates (left empty at the end), clear the key queue
- * and repaint the view with UpdateView when they end.
+ * prompt in the status bar's first pane and put its previous text back at
+ * the end, use the second pane for coordinates (left empty at the end),
+ * clear the key queue and repaint the view with UpdateView when they end.
  */
 #ifndef KESTREL_INTERACTIVE_H
 #define KESTREL_INTERACTIVE_H

@@ -15,7 +15,7 @@ using kestrel::plat::gCallbacks;
 
 namespace {
 int gCursor = kestrel::plat::CursorArrow;
-// What the library last wrote into each status-bar part, for a host that
+// What the library last wrote into each status-bar pane, for a host that
 // cannot read its status bar back.
 std::string gStatusParts[4];
 }  // namespace
