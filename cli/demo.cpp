@@ -121,7 +121,7 @@ int demoMain(int argc, char **argv, const std::function<std::string(const std::s
     o.value = "Temperature";
     o.title = "Synthetic section: temperature";
     std::string preamble;
-    const std::string help = std::string(kDemoUsage) + kSectionUsage;
+    const std::string help = std::string(kDemoUsage) + kSectionUsage + kOutputUsage;
     const int status = parseSectionOptions(static_cast<int>(rest.size()), rest.data(), false, &o, &preamble,
                                            help.c_str());
     if (status >= 0) return status;

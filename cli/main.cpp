@@ -29,7 +29,7 @@ int usage(std::FILE *to) {
                  "          (kestrel map --help for its options)\n"
                  "       kestrel --version   the version of this program\n",
                  kSectionUsage);
-    std::fprintf(to, "%s%s%s", kGammaUsage, kDerivedUsage, kViewUsage);
+    std::fprintf(to, "%s%s%s%s", kOutputUsage, kGammaUsage, kDerivedUsage, kViewUsage);
     std::fprintf(to, "       kestrel grid3d TABLE.tsv --x COL --y COL --z COL --value COL [--slice DEPTH] -o NAME\n"
                      "  grid3d  grid a survey in three dimensions, write the field as a spreadsheet and draw a\n"
                      "          depth of it as a map (kestrel grid3d --help)\n");

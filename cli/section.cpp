@@ -34,6 +34,11 @@
 
 namespace {
 
+// The PostScript looks as the PNG does: the regular face, not the
+// preamble's bold one, and the thinnest lines a pixel wide.
+const char *const kPostScriptLook =
+    "\n/frame? true def\n/textfont /Helvetica def\n/very_thin_line { 0.025 setlinewidth } def\n";
+
 void note(bool quiet, const char *format, ...) {
     if (quiet) return;
     std::va_list args;
@@ -453,11 +458,11 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
 
     // The page: 1000 x 700 pixels, 25 x 17.5 length units; the section 17 x 12.
     const int w = 1000, h = 700;
-    KDC canvas = KCanvasCreate(w, h);
-    if (!canvas) {
-        std::fprintf(stderr, "kestrel: cannot create a %d x %d canvas\n", w, h);
-        return 1;
-    }
+    OutputOptions output = o.output;
+    if (o.show) output.png = output.gif = output.ps = output.eps = output.pdf = output.svg = false;
+    Picture picture;
+    if (!createPicture(w, h, output, &picture)) return 1;
+    KDC canvas = picture.canvas;
     kestrel::PageSpec page;
     page.width = w;
     page.height = h;
@@ -472,7 +477,7 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     OAInitializeSet(&set);
     if (!OAAllocSet(&set, vw, vh, o.columns, n)) {
         std::fprintf(stderr, "kestrel: no memory for %d samples on %d columns\n", n, o.columns);
-        KCanvasDestroy(canvas);
+        destroyPicture(&picture);
         hdcMem = nullptr;
         return 1;
     }
@@ -538,10 +543,10 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
 
     const float yb = down ? ymax : ymin, yt = down ? ymin : ymax;
     const std::string psName = o.name + ".ps";
-    KFILE ps = o.show ? nullptr : PSOpenFile(psName.c_str(), o.preamble.c_str(),
+    KFILE ps = !output.postscript() ? nullptr : PSOpenFile(psName.c_str(), o.preamble.c_str(),
                                                      postscriptHeader("Kestrel section", w, h, 40.0f).c_str(),
-                                                     "\n/frame? true def\n", 0);
-    if (!ps && !o.show) note(false, "no PostScript written (cannot open %s or read the preamble %s)", psName.c_str(),
+                                                     kPostScriptLook, 0);
+    if (!ps && output.postscript()) note(false, "no PostScript written (cannot open %s or read the preamble %s)", psName.c_str(),
                   o.preamble.c_str());
     if (ps) PSPalette(ps);
     UsrSys(canvas, xmin, xmax, vw, left, yb, yt, vh, bottom);
@@ -553,7 +558,11 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
 
     note(o.quiet, "shading, contouring %zu levels from %g by %g, erasing", levels.size(), lv.first * lv.step,
          lv.step);
+    // Each shaded cell reaches a little over its neighbours' edges (so no
+    // seams show in smoothing viewers); the clip keeps the last ones inside.
+    if (ps) kestrel::psWrite(ps, "gsave dousrclip\n");
     ShadeField(shade.data(), 0, 0, set.xg, nx, set.yg, ny, opt.stretch0, opt.stretch1, zmin, zmax, canvas, ps);
+    if (ps) kestrel::psWrite(ps, "grestore\n");
     ContourField(set.gridEst, set.xg, nx, set.yg, ny, levels.data(), static_cast<int32_t>(levels.size()), canvas, ps);
     const int32_t white = FindClosestColor(1.0f, 1.0f, 1.0f);
     EraseField(error.data(), o.maxError, set.xg, nx, set.yg, ny, white, canvas, ps);
@@ -609,19 +618,19 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         status = o.show(canvas);
         OAFreeSet(&set);
         DeleteMYPalette();
-        KCanvasDestroy(canvas);
+        destroyPicture(&picture);
         hdcMem = nullptr;
         return status;
     }
-    status = ps ? 0 : 1;
-    if (!writePicture(canvas, ps, "showpage\n", o.name, w, h)) status = 1;
+    status = ps || !output.postscript() ? 0 : 1;
+    if (!writePicture(picture, ps, "showpage\n", o.name, output)) status = 1;
     std::printf("kestrel: %d samples, %zu stations, %d x %d grid, %zu levels from %g by %g\n", n, stations.size(), nx,
                 ny, levels.size(), o.levelList.empty() ? lv.first * lv.step : o.levelList.front(),
                 o.levelList.size() > 1 ? o.levelList[1] - o.levelList[0] : lv.step);
     std::printf("kestrel: colours from %g to %g\n", zmin, zmax);
     OAFreeSet(&set);
     DeleteMYPalette();
-    KCanvasDestroy(canvas);
+    destroyPicture(&picture);
     hdcMem = nullptr;
     return status;
 }
@@ -735,6 +744,8 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
             ok = toFloat(argv[i + 1], &o->stretch0) && toFloat(argv[i + 2], &o->stretch1) && o->stretch0 != o->stretch1;
             o->autoStretch = false;
             i += 2;
+        } else if (const int out = parseOutputOption(argc, argv, &i, &o->output)) {
+            if (out < 0) return 2;
         } else if (int derived = acceptData ? parseDerivedOption(argc, argv, &i, &o->derived) : 0) {
             if (derived < 0) {
                 std::fprintf(stderr, "kestrel: %s needs a value\n", a.c_str());
@@ -759,7 +770,7 @@ int sectionMain(int argc, char **argv, const std::function<std::string(const std
     SectionOptions o;
     o.show = show;
     std::string preamble;
-    const std::string help = std::string(kDemoUsage) + kSectionUsage + kDerivedUsage;
+    const std::string help = std::string(kDemoUsage) + kSectionUsage + kOutputUsage + kDerivedUsage;
     const int status = parseSectionOptions(argc, argv, true, &o, &preamble, help.c_str());
     if (status >= 0) return status;
     if (o.data.empty() || o.x.empty() || o.y.empty() || o.value.empty()) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/output.h"
 #include "kestrel/types.h"
 
 // A table in memory: column names (units in square brackets, "Depth [m]")
@@ -57,6 +58,7 @@ struct SectionOptions {
     float stretch0 = -1.5f, stretch1 = 1.5f;
     bool quiet = false;        // no progress on stderr
     DerivedOptions derived;    // inputs of --value theta, sigma0, gamma_n, o2sat, aou
+    OutputOptions output;      // the files written
     // When set, the finished picture (hdcMem, with the plot's user system
     // current) goes to show instead of to files; its result is the exit
     // status (kestrel view).

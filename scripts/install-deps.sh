@@ -24,7 +24,7 @@ packages=(
   python3-dask python3-distributed python3-matplotlib python3-psutil
   # the window of `kestrel view` and its tests: GTK 3, a virtual X server,
   # scripted mouse and keys, screenshots
-  libgtk-3-dev xvfb xauth xdotool x11-apps imagemagick
+  libgtk-3-dev xvfb xauth xdotool x11-apps imagemagick librsvg2-bin
   # the Windows DLLs and their tests
   g++-mingw-w64-x86-64 g++-mingw-w64-i686 binutils-mingw-w64 wine wine64
 )

@@ -33,6 +33,31 @@ KESTREL_EXTERN_C_BEGIN
  * owns it and frees it with KCanvasDestroy. */
 KESTREL_API KDC KESTREL_CALL KCanvasCreate(int32_t width, int32_t height);
 
+/* Creates a vector canvas of width x height pixels, filled white: it keeps
+ * what is drawn on it as shapes and text, antialiased, with one-pixel pens
+ * drawn as lines through the pixel centres, and rectangles that meet edge to
+ * edge overlapping a little so that no background shows between them. It
+ * has no pixels (KCanvasPixels gives null, KCanvasGetPixel 0xFFFFFFFF);
+ * KCanvasExport writes it at any size. Null for a size KCanvasCreate
+ * refuses. */
+KESTREL_API KDC KESTREL_CALL KCanvasCreateVector(int32_t width, int32_t height);
+
+/* From now on every drawing call on canvas (lines, shapes, fills, text,
+ * clipping, selections, modes) is repeated on mirror, so that one drawing
+ * fills both: for instance a pixel canvas for the screen and a vector canvas
+ * for print. The mirror takes the canvas's current selections. Null mirror
+ * stops it. Returns 0 when either is not a canvas, when they are the same,
+ * or when mirror already mirrors or is mirrored (one level only). */
+KESTREL_API int32_t KESTREL_CALL KCanvasMirror(KDC canvas, KDC mirror);
+
+/* Writes the canvas's picture to fileName in format "png", "pdf" or "svg",
+ * scale output units per canvas pixel (PNG: pixels, so 2 doubles the
+ * resolution; PDF and SVG: points). A vector canvas is drawn afresh at that
+ * scale; a pixel canvas is scaled as an image. Returns 1 on success, 0 for
+ * an unknown format, a scale outside (0, 64], a PNG of more than 2^28
+ * pixels or a file that cannot be written. */
+KESTREL_API int32_t KESTREL_CALL KCanvasExport(KDC canvas, const char *fileName, const char *format, double scale);
+
 /* Frees a canvas and everything selected into it; null is ignored. */
 KESTREL_API void KESTREL_CALL KCanvasDestroy(KDC canvas);
 

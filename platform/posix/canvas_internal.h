@@ -102,6 +102,10 @@ void setSource(cairo_t *cr, KCOLORREF c);
 bool penVisible(KCanvas *c);
 bool brushVisible(KCanvas *c);
 void strokeChain(KCanvas *c, const KPoint32 *p, int n, bool close);
+// Vector canvases: a rectangle onto the layer (false when it is not one for
+// the layer), and the layer drawn out; both do nothing on pixel canvases.
+bool layerRect(KCanvas *c, double l, double t, double r, double b, KCOLORREF colour);
+void flushLayer(KCanvas *c);
 // The closed figures (three vertices or more) as the Cairo path.
 void addFigures(cairo_t *cr, const std::vector<std::vector<KPoint32>> &figs);
 void fillFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, KCOLORREF colour);
@@ -128,6 +132,19 @@ struct KCanvas {
     int bkMode = kestrel::plat::BkOpaque;
     int fillMode = kestrel::plat::FillAlternate;
     int dashPos = 0;  // position in the cosmetic pen's dash pattern
+    // A vector canvas keeps its drawing as shapes on a Cairo recording
+    // surface (no pixels); smooth canvases draw antialiased, their one-pixel
+    // pens as real lines through pixel centres. Every drawing call on a
+    // canvas with a mirror is repeated on the mirror (KCanvasMirror).
+    bool vector = false, smooth = false;
+    KCanvas *mirror = nullptr;
+    // A vector canvas collects small filled rectangles (the cells of a
+    // shaded field) as pixels on a layer and draws them as one image when
+    // anything else is drawn: edge to edge as shapes, a viewer that smooths
+    // edges would show seams between every two of them.
+    cairo_surface_t *layer = nullptr;
+    cairo_t *layerCr = nullptr;
+    int layerX0 = 0, layerY0 = 0, layerX1 = 0, layerY1 = 0;  // the part drawn on, empty when x1 <= x0
     // path recording
     bool recording = false;
     std::vector<std::vector<KPoint32>> figures;

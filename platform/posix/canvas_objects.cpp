@@ -2,6 +2,8 @@
 // brushes, fonts, palettes) with their handle checks.
 #include <cairo-ft.h>
 #include <cairo.h>
+#include <cairo-pdf.h>
+#include <cairo-svg.h>
 
 #include <algorithm>
 #include <cmath>
@@ -86,35 +88,130 @@ using namespace kestrel::canvas;
 
 extern "C" {
 
+}  // extern "C"
+
+namespace {
+
+// A canvas on surface s (taken over, also on failure), filled white.
+KDC makeCanvas(cairo_surface_t *s, int32_t width, int32_t height, bool vector) {
+    if (cairo_surface_status(s) != CAIRO_STATUS_SUCCESS) {
+        cairo_surface_destroy(s);
+        return nullptr;
+    }
+    auto *c = new (std::nothrow) KCanvas;
+    if (c) {
+        try {
+            gLiveCanvases.insert(c);
+        } catch (...) {
+            delete c;
+            c = nullptr;
+        }
+    }
+    if (!c) {
+        cairo_surface_destroy(s);
+        return nullptr;
+    }
+    c->surface = s;
+    c->cr = cairo_create(s);
+    c->w = width;
+    c->h = height;
+    c->vector = c->smooth = vector;
+    if (!vector) cairo_set_antialias(c->cr, CAIRO_ANTIALIAS_NONE);
+    cairo_set_source_rgb(c->cr, 1, 1, 1);
+    cairo_paint(c->cr);
+    return c;
+}
+
+bool sizeAllowed(int32_t width, int32_t height) {
+    return width > 0 && height > 0 && static_cast<int64_t>(width) * height <= (int64_t{1} << 28);
+}
+
+}  // namespace
+
+extern "C" {
+
 KESTREL_API KDC KESTREL_CALL KCanvasCreate(int32_t width, int32_t height) {
     return kestrel::guarded<KDC>("KCanvasCreate", [&]() -> KDC {
-        if (width <= 0 || height <= 0 || static_cast<int64_t>(width) * height > (int64_t{1} << 28)) return nullptr;
-        cairo_surface_t *s = cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height);
-        if (cairo_surface_status(s) != CAIRO_STATUS_SUCCESS) {
-            cairo_surface_destroy(s);
-            return nullptr;
+        if (!sizeAllowed(width, height)) return nullptr;
+        return makeCanvas(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height), width, height, false);
+    });
+}
+
+KESTREL_API KDC KESTREL_CALL KCanvasCreateVector(int32_t width, int32_t height) {
+    return kestrel::guarded<KDC>("KCanvasCreateVector", [&]() -> KDC {
+        if (!sizeAllowed(width, height)) return nullptr;
+        const cairo_rectangle_t extents = {0, 0, static_cast<double>(width), static_cast<double>(height)};
+        return makeCanvas(cairo_recording_surface_create(CAIRO_CONTENT_COLOR, &extents), width, height, true);
+    });
+}
+
+KESTREL_API int32_t KESTREL_CALL KCanvasMirror(KDC c, KDC mirror) {
+    return kestrel::guarded<int32_t>("KCanvasMirror", [&]() -> int32_t {
+        c = live(c);
+        KCanvas *m = live(mirror);
+        // One level only: a mirror has no mirror of its own, nor is mirrored
+        // by another canvas, so no call is repeated twice or for ever.
+        if (!c || (mirror && !m) || m == c || (m && m->mirror)) return 0;
+        for (const KCanvas *other : gLiveCanvases)
+            if ((m && other->mirror == m && other != c) || other->mirror == c) return 0;
+        c->mirror = m;
+        if (m) {
+            // The mirror starts from the canvas's selections and modes.
+            kestrel::plat::selectObject(m, c->pen);
+            kestrel::plat::selectObject(m, c->brush);
+            kestrel::plat::selectObject(m, c->font);
+            m->textAlign = c->textAlign;
+            m->textColour = c->textColour;
+            m->bkColour = c->bkColour;
+            m->bkMode = c->bkMode;
+            m->fillMode = c->fillMode;
+            m->curX = c->curX;
+            m->curY = c->curY;
         }
-        auto *c = new (std::nothrow) KCanvas;
-        if (c) {
-            try {
-                gLiveCanvases.insert(c);
-            } catch (...) {
-                delete c;
-                c = nullptr;
-            }
+        return 1;
+    });
+}
+
+KESTREL_API int32_t KESTREL_CALL KCanvasExport(KDC c, const char *fileName, const char *format, double scale) {
+    return kestrel::guarded<int32_t>("KCanvasExport", [&]() -> int32_t {
+        c = live(c);
+        if (!c || !fileName || !format || !std::isfinite(scale) || scale <= 0 || scale > 64) return 0;
+        const std::string kind = format;
+        const double w = c->w * scale, h = c->h * scale;
+        cairo_surface_t *out = nullptr;
+        if (kind == "png") {
+            if (w * h > double(int64_t{1} << 28)) return 0;
+            out = cairo_image_surface_create(CAIRO_FORMAT_RGB24, static_cast<int>(std::ceil(w)),
+                                             static_cast<int>(std::ceil(h)));
+        } else if (kind == "pdf") {
+            out = cairo_pdf_surface_create(fileName, w, h);
+        } else if (kind == "svg") {
+            out = cairo_svg_surface_create(fileName, w, h);
+        } else {
+            return 0;
         }
-        if (!c) {
-            cairo_surface_destroy(s);
-            return nullptr;
+        cairo_t *cr = cairo_create(out);
+        if (kind == "png") {
+            cairo_set_source_rgb(cr, 1, 1, 1);
+            cairo_paint(cr);
         }
-        c->surface = s;
-        c->cr = cairo_create(s);
-        c->w = width;
-        c->h = height;
-        cairo_set_antialias(c->cr, CAIRO_ANTIALIAS_NONE);
-        cairo_set_source_rgb(c->cr, 1, 1, 1);
-        cairo_paint(c->cr);
-        return c;
+        cairo_scale(cr, scale, scale);
+        flushLayer(c);
+        cairo_surface_flush(c->surface);
+        cairo_set_source_surface(cr, c->surface, 0, 0);
+        if (!c->vector) cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
+        cairo_paint(cr);
+        cairo_destroy(cr);
+        bool ok = false;
+        if (kind == "png") {
+            ok = cairo_surface_status(out) == CAIRO_STATUS_SUCCESS &&
+                 cairo_surface_write_to_png(out, fileName) == CAIRO_STATUS_SUCCESS;
+        } else {
+            cairo_surface_finish(out);  // writes the file
+            ok = cairo_surface_status(out) == CAIRO_STATUS_SUCCESS;
+        }
+        cairo_surface_destroy(out);
+        return ok ? 1 : 0;
     });
 }
 
@@ -123,10 +220,14 @@ KESTREL_API void KESTREL_CALL KCanvasDestroy(KDC c) {
         c = live(c);
         if (!c) return;
         gLiveCanvases.erase(c);
+        for (const KCanvas *other : gLiveCanvases)
+            if (other->mirror == c) const_cast<KCanvas *>(other)->mirror = nullptr;
         letGo(c->pen);
         letGo(c->brush);
         letGo(c->font);
         letGo(c->palette);
+        if (c->layerCr) cairo_destroy(c->layerCr);
+        if (c->layer) cairo_surface_destroy(c->layer);
         cairo_destroy(c->cr);
         cairo_surface_destroy(c->surface);
         delete c;
@@ -137,6 +238,7 @@ KESTREL_API int32_t KESTREL_CALL KCanvasSavePNG(KDC c, const char *fileName) {
     return kestrel::guarded<int32_t>("KCanvasSavePNG", [&]() -> int32_t {
         c = live(c);
         if (!c || !fileName) return 0;
+        if (c->vector) return KCanvasExport(c, fileName, "png", 1.0);
         cairo_surface_flush(c->surface);
         return cairo_surface_write_to_png(c->surface, fileName) == CAIRO_STATUS_SUCCESS ? 1 : 0;
     });
@@ -145,7 +247,7 @@ KESTREL_API int32_t KESTREL_CALL KCanvasSavePNG(KDC c, const char *fileName) {
 KESTREL_API uint32_t KESTREL_CALL KCanvasGetPixel(KDC c, int32_t x, int32_t y) {
     return kestrel::guardedOr<uint32_t>("KCanvasGetPixel", 0xFFFFFFFFu, [&]() -> uint32_t {
         c = live(c);
-        if (!c || x < 0 || y < 0 || x >= c->w || y >= c->h) return 0xFFFFFFFFu;
+        if (!c || c->vector || x < 0 || y < 0 || x >= c->w || y >= c->h) return 0xFFFFFFFFu;
         cairo_surface_flush(c->surface);
         const unsigned char *data = cairo_image_surface_get_data(c->surface);
         int stride = cairo_image_surface_get_stride(c->surface);
@@ -160,7 +262,7 @@ KESTREL_API const uint8_t *KESTREL_CALL KCanvasPixels(KDC c, int32_t *stride) {
     return kestrel::guarded<const uint8_t *>("KCanvasPixels", [&]() -> const uint8_t * {
         c = live(c);
         if (stride) *stride = 0;
-        if (!c) return nullptr;
+        if (!c || c->vector) return nullptr;
         cairo_surface_flush(c->surface);
         if (stride) *stride = cairo_image_surface_get_stride(c->surface);
         return cairo_image_surface_get_data(c->surface);
@@ -220,6 +322,7 @@ GdiObj selectObject(KDC c, GdiObj h) {
     c = live(c);
     Object *o = obj(h), *old = nullptr;
     if (!o) return nullptr;
+    if (c && c->mirror) selectObject(c->mirror, h);
     if (!c) {
         // Nothing can hold a fresh object that missed its canvas (the
         // library's routines create and select in one step, and find it again
@@ -346,6 +449,7 @@ KPALETTE selectPalette(KDC c, KPALETTE pal, bool) {
     c = live(c);
     Object *p = obj(reinterpret_cast<GdiObj>(pal));
     if (!c || !p || p->kind != Kind::Palette) return nullptr;
+    if (c->mirror) selectPalette(c->mirror, pal, false);
     Object *old = c->palette;
     c->palette = p;
     hold(p);

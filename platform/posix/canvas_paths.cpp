@@ -17,6 +17,7 @@
 namespace kestrel::canvas {
 
 void setClipFromFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, int fillMode, bool intersect) {
+    flushLayer(c);  // what is on the layer was drawn under the old clip
     cairo_t *cr = c->cr;
     if (!intersect) cairo_reset_clip(cr);
     addFigures(cr, figs);
@@ -33,6 +34,7 @@ namespace kestrel::plat {
 
 bool beginPath(KDC c) {
     c = live(c);
+    if (c && c->mirror) beginPath(c->mirror);
     if (!c) return false;
     c->recording = true;
     c->figures.clear();
@@ -42,6 +44,7 @@ bool beginPath(KDC c) {
 
 bool endPath(KDC c) {
     c = live(c);
+    if (c && c->mirror) endPath(c->mirror);
     if (!c || !c->recording) return false;
     c->recording = false;
     return true;
@@ -49,6 +52,7 @@ bool endPath(KDC c) {
 
 bool closeFigure(KDC c) {
     c = live(c);
+    if (c && c->mirror) closeFigure(c->mirror);
     if (!c || !c->recording || c->closed.empty()) return false;
     c->closed.back() = true;
     return true;
@@ -56,6 +60,7 @@ bool closeFigure(KDC c) {
 
 bool strokePath(KDC c) {
     c = live(c);
+    if (c && c->mirror) strokePath(c->mirror);
     if (!c) return false;
     for (size_t i = 0; i < c->figures.size(); ++i)
         strokeChain(c, c->figures[i].data(), static_cast<int>(c->figures[i].size()), c->closed[i]);
@@ -66,6 +71,7 @@ bool strokePath(KDC c) {
 
 bool fillPath(KDC c) {
     c = live(c);
+    if (c && c->mirror) fillPath(c->mirror);
     if (!c) return false;
     if (brushVisible(c)) fillFigures(c, c->figures, c->brush->colour);
     c->figures.clear();
@@ -76,12 +82,14 @@ bool fillPath(KDC c) {
 bool strokeAndFillPath(KDC c) {
     c = live(c);
     if (!c) return false;
+    if (c->mirror && brushVisible(c->mirror)) fillFigures(c->mirror, c->mirror->figures, c->mirror->brush->colour);
     if (brushVisible(c)) fillFigures(c, c->figures, c->brush->colour);
-    return strokePath(c);
+    return strokePath(c);  // the mirror strokes too
 }
 
 bool selectClipPath(KDC c, int mode) {
     c = live(c);
+    if (c && c->mirror) selectClipPath(c->mirror, mode);
     if (!c) return false;
     setClipFromFigures(c, c->figures, c->fillMode, mode == RgnAnd);
     c->figures.clear();
@@ -91,7 +99,9 @@ bool selectClipPath(KDC c, int mode) {
 
 bool clipRect(KDC c, const Rect *r) {
     c = live(c);
+    if (c && c->mirror) clipRect(c->mirror, r);
     if (!c) return false;
+    flushLayer(c);
     cairo_reset_clip(c->cr);
     if (!r) return true;
     cairo_new_path(c->cr);
@@ -103,6 +113,7 @@ bool clipRect(KDC c, const Rect *r) {
 
 bool clipPolygon(KDC c, const KPoint32 *pts, int n, int fillMode) {
     c = live(c);
+    if (c && c->mirror) clipPolygon(c->mirror, pts, n, fillMode);
     if (!c || !pts || n < 3) return false;
     setClipFromFigures(c, {std::vector<KPoint32>(pts, pts + n)}, fillMode, false);
     return true;

@@ -140,15 +140,94 @@ void cosmeticLine(KCanvas *c, int x0, int y0, int x1, int y1) {
     flush();
 }
 
+bool layerRect(KCanvas *c, double l, double t, double r, double b, KCOLORREF colour) {
+    if (!c->vector) return false;
+    l = std::max(l, 0.0);
+    t = std::max(t, 0.0);
+    r = std::min(r, double(c->w));
+    b = std::min(b, double(c->h));
+    if (r <= l || b <= t) return true;
+    if ((r - l) * (b - t) * 4 > double(c->w) * c->h) return false;  // a background: a shape
+    if (!c->layer) {
+        c->layer = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, c->w, c->h);
+        c->layerCr = cairo_create(c->layer);
+        cairo_set_antialias(c->layerCr, CAIRO_ANTIALIAS_NONE);
+    }
+    if (cairo_status(c->layerCr) != CAIRO_STATUS_SUCCESS) return false;
+    setSource(c->layerCr, colour);
+    cairo_rectangle(c->layerCr, l, t, r - l, b - t);
+    cairo_fill(c->layerCr);
+    const int x0 = static_cast<int>(l), y0 = static_cast<int>(t);
+    const int x1 = static_cast<int>(std::ceil(r)), y1 = static_cast<int>(std::ceil(b));
+    if (c->layerX1 <= c->layerX0) {
+        c->layerX0 = x0, c->layerY0 = y0, c->layerX1 = x1, c->layerY1 = y1;
+    } else {
+        c->layerX0 = std::min(c->layerX0, x0);
+        c->layerY0 = std::min(c->layerY0, y0);
+        c->layerX1 = std::max(c->layerX1, x1);
+        c->layerY1 = std::max(c->layerY1, y1);
+    }
+    return true;
+}
+
+void flushLayer(KCanvas *c) {
+    if (!c->layer || c->layerX1 <= c->layerX0) return;
+    const int x = c->layerX0, y = c->layerY0, w = c->layerX1 - x, h = c->layerY1 - y;
+    c->layerX1 = c->layerX0;
+    // Only the part drawn on goes into the file, as an image of its own.
+    cairo_surface_t *part = cairo_image_surface_create(CAIRO_FORMAT_ARGB32, w, h);
+    cairo_t *pc = cairo_create(part);
+    cairo_set_source_surface(pc, c->layer, -x, -y);
+    cairo_set_operator(pc, CAIRO_OPERATOR_SOURCE);
+    cairo_paint(pc);
+    cairo_destroy(pc);
+    cairo_save(c->cr);
+    cairo_set_source_surface(c->cr, part, x, y);
+    cairo_pattern_set_filter(cairo_get_source(c->cr), CAIRO_FILTER_NEAREST);
+    cairo_rectangle(c->cr, x, y, w, h);
+    cairo_fill(c->cr);
+    cairo_restore(c->cr);
+    cairo_surface_destroy(part);
+    cairo_save(c->layerCr);
+    cairo_set_operator(c->layerCr, CAIRO_OPERATOR_CLEAR);
+    cairo_rectangle(c->layerCr, x, y, w, h);
+    cairo_fill(c->layerCr);
+    cairo_restore(c->layerCr);
+}
+
 bool penVisible(KCanvas *c) { return !c->pen->null && c->pen->style != kestrel::plat::PenNull; }
 
 // Strokes an open or closed vertex chain with the current pen.
 void strokeChain(KCanvas *c, const KPoint32 *p, int n, bool close) {
     if (n < 1 || !penVisible(c)) return;
+    flushLayer(c);
     cairo_t *cr = c->cr;
     cairo_save(cr);
     setSource(cr, c->pen->colour);
-    if (c->pen->width <= 1) {
+    if (c->pen->width <= 1 && c->smooth) {
+        // A line one pixel wide through the pixel centres, dashed in
+        // pixels as the walk below is, the pattern running on from the
+        // last call.
+        const auto &pat = dashPattern(c->pen->style);
+        double length = 0;
+        for (int i = 0; i + 1 < n; ++i) length += std::hypot(double(p[i + 1].x) - p[i].x, double(p[i + 1].y) - p[i].y);
+        if (close && n > 2) length += std::hypot(double(p[0].x) - p[n - 1].x, double(p[0].y) - p[n - 1].y);
+        if (!pat.empty()) {
+            double dashes[6];
+            int period = 0;
+            for (size_t i = 0; i < pat.size(); ++i) dashes[i] = pat[i], period += pat[i];
+            cairo_set_dash(cr, dashes, static_cast<int>(pat.size()), c->dashPos % period);
+        }
+        c->dashPos += static_cast<int>(std::min(length, 1e9));
+        cairo_new_path(cr);
+        cairo_set_line_width(cr, 1.0);
+        cairo_set_line_cap(cr, pat.empty() ? CAIRO_LINE_CAP_SQUARE : CAIRO_LINE_CAP_BUTT);
+        cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+        cairo_move_to(cr, p[0].x + 0.5, p[0].y + 0.5);
+        for (int i = 1; i < n; ++i) cairo_line_to(cr, p[i].x + 0.5, p[i].y + 0.5);
+        if (close && n > 2) cairo_close_path(cr);
+        cairo_stroke(cr);
+    } else if (c->pen->width <= 1) {
         cairo_new_path(cr);
         for (int i = 0; i + 1 < n; ++i) cosmeticLine(c, p[i].x, p[i].y, p[i + 1].x, p[i + 1].y);
         if (close && n > 1) cosmeticLine(c, p[n - 1].x, p[n - 1].y, p[0].x, p[0].y);
@@ -178,6 +257,7 @@ void addFigures(cairo_t *cr, const std::vector<std::vector<KPoint32>> &figs) {
 }
 
 void fillFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, KCOLORREF colour) {
+    flushLayer(c);
     cairo_t *cr = c->cr;
     cairo_save(cr);
     addFigures(cr, figs);
@@ -199,6 +279,7 @@ namespace kestrel::plat {
 bool moveTo(KDC c, int x, int y) {
     c = live(c);
     if (!c) return false;
+    if (c->mirror) moveTo(c->mirror, x, y);
     if (c->recording) {
         c->figures.push_back({KPoint32{x, y}});
         c->closed.push_back(false);
@@ -211,6 +292,7 @@ bool moveTo(KDC c, int x, int y) {
 bool lineTo(KDC c, int x, int y) {
     c = live(c);
     if (!c) return false;
+    if (c->mirror) lineTo(c->mirror, x, y);
     if (c->recording) {
         if (c->figures.empty()) {
             c->figures.push_back({KPoint32{c->curX, c->curY}});
@@ -229,6 +311,7 @@ bool lineTo(KDC c, int x, int y) {
 bool polyline(KDC c, const KPoint32 *pts, int n) {
     c = live(c);
     if (!c || !pts || n < 2) return false;
+    if (c->mirror) polyline(c->mirror, pts, n);
     if (c->recording) {
         c->figures.emplace_back(pts, pts + n);
         c->closed.push_back(false);
@@ -241,6 +324,7 @@ bool polyline(KDC c, const KPoint32 *pts, int n) {
 bool polygon(KDC c, const KPoint32 *pts, int n) {
     c = live(c);
     if (!c || !pts || n < 2) return false;
+    if (c->mirror) polygon(c->mirror, pts, n);
     if (c->recording) {
         c->figures.emplace_back(pts, pts + n);
         c->closed.push_back(true);
@@ -262,6 +346,8 @@ static void clampBox(int &l, int &t, int &r, int &b) {
 bool rectangle(KDC c, int l, int t, int r, int b) {
     c = live(c);
     if (!c) return false;
+    if (c->mirror) rectangle(c->mirror, l, t, r, b);
+    flushLayer(c);
     clampBox(l, t, r, b);
     if (r < l) std::swap(l, r);
     if (b < t) std::swap(t, b);
@@ -285,6 +371,8 @@ bool rectangle(KDC c, int l, int t, int r, int b) {
 bool ellipse(KDC c, int l, int t, int r, int b) {
     c = live(c);
     if (!c) return false;
+    if (c->mirror) ellipse(c->mirror, l, t, r, b);
+    flushLayer(c);
     clampBox(l, t, r, b);
     double cx = (l + r) / 2.0, cy = (t + b) / 2.0, rx = (r - l) / 2.0, ry = (b - t) / 2.0;
     if (rx <= 0 || ry <= 0) return false;
@@ -317,11 +405,17 @@ bool ellipse(KDC c, int l, int t, int r, int b) {
 bool fillRect(KDC c, const Rect *r, KBRUSH brush) {
     c = live(c);
     if (!c || !r || !brush) return false;
+    if (c->mirror) fillRect(c->mirror, r, brush);
     Object *b = obj(brush);
     if (!b) return false;
     if (b->null || r->right <= r->left || r->bottom <= r->top) return true;
     cairo_save(c->cr);
     setSource(c->cr, b->colour);
+    if (layerRect(c, r->left, r->top, r->right, r->bottom, b->colour)) {
+        cairo_restore(c->cr);
+        return true;
+    }
+    flushLayer(c);
     cairo_rectangle(c->cr, r->left, r->top, static_cast<double>(r->right) - r->left,
                     static_cast<double>(r->bottom) - r->top);
     cairo_fill(c->cr);
@@ -332,6 +426,8 @@ bool fillRect(KDC c, const Rect *r, KBRUSH brush) {
 KCOLORREF setPixel(KDC c, int x, int y, KCOLORREF colour) {
     c = live(c);
     if (!c || x < 0 || y < 0 || x >= c->w || y >= c->h) return kInvalidColor;
+    if (c->mirror) setPixel(c->mirror, x, y, colour);
+    flushLayer(c);
     cairo_save(c->cr);
     setSource(c->cr, colour);
     cairo_rectangle(c->cr, x, y, 1, 1);
@@ -345,6 +441,7 @@ KCOLORREF getPixel(KDC c, int x, int y) { return KCanvasGetPixel(live(c), x, y);
 int setPolyFillMode(KDC c, int mode) {
     c = live(c);
     if (!c) return 0;
+    if (c->mirror) setPolyFillMode(c->mirror, mode);
     int old = c->fillMode;
     c->fillMode = mode == FillWinding ? FillWinding : FillAlternate;
     return old;
@@ -353,9 +450,24 @@ int setPolyFillMode(KDC c, int mode) {
 bool fillRects(KDC c, const Rect *rects, int n, KBRUSH brush) {
     c = live(c);
     if (!c || (!rects && n > 0) || !brush) return false;
+    if (c->mirror) fillRects(c->mirror, rects, n, brush);
     Object *b = obj(brush);
     if (!b) return false;
     if (b->null || n <= 0) return true;
+    if (c->vector) {
+        bool all = true;
+        for (int i = 0; i < n && all; ++i) {
+            const double w = double(rects[i].right) - rects[i].left, h = double(rects[i].bottom) - rects[i].top;
+            all = w <= 0 || h <= 0 || w * h * 4 <= double(c->w) * c->h;
+        }
+        if (all) {
+            for (int i = 0; i < n; ++i)
+                if (rects[i].right > rects[i].left && rects[i].bottom > rects[i].top)
+                    layerRect(c, rects[i].left, rects[i].top, rects[i].right, rects[i].bottom, b->colour);
+            return true;
+        }
+        flushLayer(c);
+    }
     cairo_save(c->cr);
     setSource(c->cr, b->colour);
     // Rectangles of one colour: their union, whatever overlaps.
@@ -391,7 +503,7 @@ bool bitmapPaletteIndices(KDC c, KBITMAP, int width, int height, const Rect &par
     const size_t w = static_cast<size_t>(static_cast<int64_t>(part.right) - part.left);
     const size_t h = static_cast<size_t>(static_cast<int64_t>(part.bottom) - part.top);
     std::memset(out, 0, w * h);
-    if (!c) return false;
+    if (!c || c->vector) return false;
     const int n = colours ? std::clamp(count, 0, 256) : 0;
     if (n == 0) return true;  // every pixel is entry 0
     auto nearest = [n, colours](uint32_t rgb) {
@@ -447,6 +559,8 @@ bool bitBlt(KDC dst, int x, int y, int w, int h, KDC src, int sx, int sy) {
     dst = live(dst);
     src = live(src);
     if (!dst || !src || w <= 0 || h <= 0) return false;
+    if (dst->mirror) bitBlt(dst->mirror, x, y, w, h, src->mirror && src != dst ? src->mirror : src, sx, sy);
+    flushLayer(dst);
     cairo_surface_flush(src->surface);
     cairo_save(dst->cr);
     cairo_set_source_surface(dst->cr, src->surface, x - sx, y - sy);

@@ -143,6 +143,7 @@ namespace kestrel::plat {
 
 unsigned setTextAlign(KDC c, unsigned align) {
     c = live(c);
+    if (c && c->mirror) setTextAlign(c->mirror, align);
     if (!c) return 0;
     unsigned old = c->textAlign;
     c->textAlign = align;
@@ -151,6 +152,7 @@ unsigned setTextAlign(KDC c, unsigned align) {
 
 KCOLORREF setTextColor(KDC c, KCOLORREF col) {
     c = live(c);
+    if (c && c->mirror) setTextColor(c->mirror, col);
     if (!c) return kInvalidColor;
     KCOLORREF old = c->textColour;
     c->textColour = col;
@@ -159,6 +161,7 @@ KCOLORREF setTextColor(KDC c, KCOLORREF col) {
 
 KCOLORREF setBkColor(KDC c, KCOLORREF col) {
     c = live(c);
+    if (c && c->mirror) setBkColor(c->mirror, col);
     if (!c) return kInvalidColor;
     KCOLORREF old = c->bkColour;
     c->bkColour = col;
@@ -167,6 +170,7 @@ KCOLORREF setBkColor(KDC c, KCOLORREF col) {
 
 int setBkMode(KDC c, int mode) {
     c = live(c);
+    if (c && c->mirror) setBkMode(c->mirror, mode);
     if (!c) return 0;
     int old = c->bkMode;
     c->bkMode = mode;
@@ -176,6 +180,8 @@ int setBkMode(KDC c, int mode) {
 bool textOut(KDC c, int x, int y, const char *text, int n) {
     c = live(c);
     if (!c || !text || n < 0) return false;
+    if (c->mirror) textOut(c->mirror, x, y, text, n);
+    flushLayer(c);
     const std::string s = toUtf8(c->font, text, n);
     cairo_t *cr = c->cr;
     cairo_save(cr);
