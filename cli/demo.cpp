@@ -126,6 +126,7 @@ int demoMain(int argc, char **argv, const std::function<std::string(const std::s
                                            help.c_str());
     if (status >= 0) return status;
     o.preamble = findPreamble(preamble);
+    if (!resolvePalette(&o)) return 2;
     const Table table = demoTable(seed);
     if (!o.quiet) std::fprintf(stderr, "kestrel: made %zu samples (seed %u)\n", table.rows.size(), seed);
     return sectionCommand(table, o);

@@ -21,6 +21,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sstream>
@@ -267,9 +268,28 @@ int findColumn(const Table &t, const std::string &name) {
     return -1;
 }
 
-bool readTable(const std::string &path, Table *t, std::string *why) {
-    auto fail = [&](const char *reason) {
-        if (why) *why = reason;
+namespace {
+
+// Whether a field passes a filter: the same text, the same number, or a
+// number within LO/HI.
+bool passes(const std::string &cell, const std::string &value) {
+    if (cell == value) return true;
+    const double c = number(cell);
+    if (std::isnan(c)) return false;
+    const size_t slash = value.find('/', 1);
+    if (slash != std::string::npos) {
+        const double lo = number(value.substr(0, slash)), hi = number(value.substr(slash + 1));
+        return c >= lo && c <= hi;
+    }
+    return c == number(value);
+}
+
+}  // namespace
+
+bool readTable(const std::string &path, Table *t, std::string *why, const std::vector<Where> *where) {
+    std::string reason;
+    auto fail = [&](const std::string &text) {
+        if (why) *why = text;
         return false;
     };
     std::string text;
@@ -283,9 +303,18 @@ bool readTable(const std::string &path, Table *t, std::string *why) {
     t->names = splitFields(line, sep);
     t->rows.clear();
     t->textCells.assign(t->names.size(), 0);
+    std::vector<std::pair<size_t, std::string>> filters;
+    for (const Where &w : where ? *where : std::vector<Where>{}) {
+        const int col = findColumn(*t, w.column);
+        if (col < 0) return fail("has no column '" + w.column.substr(0, 100) + "' to filter by (--where)");
+        filters.emplace_back(static_cast<size_t>(col), w.value);
+    }
     while (std::getline(in, line)) {
         if (line.empty() || line == "\r") continue;
         const std::vector<std::string> cells = splitFields(line, sep);
+        bool keep = true;
+        for (const auto &[col, value] : filters) keep = keep && col < cells.size() && passes(cells[col], value);
+        if (!keep) continue;
         std::vector<double> row(t->names.size(), std::nan(""));
         for (size_t k = 0; k < row.size() && k < cells.size(); ++k) {
             row[k] = number(cells[k]);
@@ -306,7 +335,9 @@ struct Samples {
     std::string xName, yName, vName;
     bool down = false;                    // depth or pressure: grows downwards
     float xmin = 0, xmax = 0, ymin = 0, ymax = 0;
+    size_t stations = 0;                  // from a Station column; 0: none
 };
+
 
 // Finds the columns and reads the samples; 0, or the exit status after
 // one line on stderr.
@@ -341,11 +372,18 @@ int readSamples(const Table &table, const SectionOptions &o, Samples *out) {
         if (k < table.textCells.size() && table.textCells[k] > 0 && texts.find(table.names[k]) == std::string::npos)
             texts += (texts.empty() ? "" : ", ") + std::to_string(table.textCells[k]) + " in " + table.names[k];
     }
+    // With a region, the samples in it and a margin around it (a quarter
+    // of its width and height), so that the field near its edges rests on
+    // the data beyond them too.
+    const double mx = o.hasRegion ? 0.25 * (o.regionX1 - o.regionX0) : 0,
+                 my = o.hasRegion ? 0.25 * (o.regionY1 - o.regionY0) : 0;
     for (const auto &row : table.rows) {
         const double x = row[static_cast<size_t>(cx)], y = row[static_cast<size_t>(cy)],
                      v = row[static_cast<size_t>(cv)];
         if (std::isnan(x) || std::isnan(y) || std::isnan(v) || std::fabs(x) > 1e30 || std::fabs(y) > 1e30 ||
             std::fabs(v) > 1e30)
+            continue;
+        if (o.hasRegion && (x < o.regionX0 - mx || x > o.regionX1 + mx || y < o.regionY0 - my || y > o.regionY1 + my))
             continue;
         xs.push_back(static_cast<float>(x));
         ys.push_back(static_cast<float>(y));
@@ -372,6 +410,20 @@ int readSamples(const Table &table, const SectionOptions &o, Samples *out) {
     d.ymin = *std::min_element(ys.begin(), ys.end());
     d.ymax = *std::max_element(ys.begin(), ys.end());
     if (d.down && d.ymin > 0 && d.ymin < 0.05f * (d.ymax - d.ymin)) d.ymin = 0;
+    if (o.hasRegion) {
+        d.xmin = o.regionX0;
+        d.xmax = o.regionX1;
+        d.ymin = o.regionY0;
+        d.ymax = o.regionY1;
+    }
+    // Stations: the distinct values of a Station column, else the distinct x.
+    const int cs = findColumn(table, "Station");
+    std::vector<double> ids;
+    if (cs >= 0)
+        for (const auto &row : table.rows)
+            if (std::isfinite(row[static_cast<size_t>(cs)])) ids.push_back(row[static_cast<size_t>(cs)]);
+    std::sort(ids.begin(), ids.end());
+    d.stations = static_cast<size_t>(std::unique(ids.begin(), ids.end()) - ids.begin());
     if (!(d.xmax > d.xmin) || !(d.ymax > d.ymin)) {
         std::fprintf(stderr, "kestrel: the samples of %s span no area in %s and %s\n", o.data.c_str(), o.x.c_str(),
                      o.y.c_str());
@@ -456,8 +508,10 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     const bool down = d.down;
     const float xmin = d.xmin, xmax = d.xmax, ymin = d.ymin, ymax = d.ymax;
 
-    // The page: 1000 x 700 pixels, 25 x 17.5 length units; the section 17 x 12.
-    const int w = 1000, h = 700;
+    // The page: 1000 x 700 pixels by default, 25 x 17.5 length units; the
+    // section 17 x 12 of them, 3.5 from the left, 3 from the bottom, the
+    // colour bar to its right.
+    const int w = o.width, h = o.height;
     OutputOptions output = o.output;
     if (o.show) output.png = output.gif = output.ps = output.eps = output.pdf = output.svg = false;
     Picture picture;
@@ -468,9 +522,15 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     page.height = h;
     page.palette = o.palette.empty() ? nullptr : o.palette.c_str();
     kestrel::startPage(canvas, page);
+    if (o.reversePalette) {
+        // The colour scale's entries (below the range, the steps, above it)
+        // end for end; the fixed colours before them stay.
+        std::reverse(&Vcolor[32], &Vcolor[145]);
+        CreateMYPalette(canvas);
+    }
     mFS.weight = 1;  // regular, not bold: small labels stay legible
     SetColorMode(1);
-    const float vw = 17.0f, vh = 12.0f, left = 3.5f, bottom = 3.0f;
+    const float vw = w / 40.0f - 8.0f, vh = h / 40.0f - 5.5f, left = 3.5f, bottom = 3.0f;
 
     // The analysis set: grid lines placed by the data density.
     OASet set;
@@ -482,19 +542,36 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         return 1;
     }
     kestrel::setPoints(set, xs.data(), ys.data(), vs.data(), nullptr, n);
-    kestrel::placeGrid(set, xmin, xmax, ymin, ymax, o.percent);
+    float qx = o.percent, qy = o.percent;
+    const kestrel::Casts casts = kestrel::findCasts(xs.data(), ys.data(), n, xmin, xmax);
+    if (o.percent <= 0) kestrel::samplingPercents(casts, xmin, xmax, ymin, ymax, &qx, &qy);
+    kestrel::placeGrid(set, xmin, xmax, ymin, ymax, qx, qy);
 
     // The averaging estimate; its error is the mean squared distance of the
     // data used, in scale lengths (no data in reach: erased).
     const int32_t nx = set.nx, ny = set.ny;
-    note(o.quiet, "gridding %d samples of %s onto %d x %d nodes", n, o.value.c_str(), nx, ny);
+    note(o.quiet, "gridding %d samples of %s onto %d x %d nodes, scale lengths %.2g and %.2g %% of the axes", n,
+         o.value.c_str(), nx, ny, qx, qy);
     double sum = 0;
     for (float v : vs) sum += v;
     const float mean = static_cast<float>(sum / n);
     kestrel::NodeEstimates nodes;
     kestrel::estimateNodes(set, o.factor, mean, nullptr, &nodes);
     std::copy(nodes.estimate.begin(), nodes.estimate.end(), set.gridEst);
-    const std::vector<float> &error = nodes.meanSqDist;
+    // Erased: where no data are in reach; with --max-error, where the data
+    // used lie farther than that on average (mean squared distance in scale
+    // lengths); by default, in a depth section of casts, below the deeper of
+    // the neighbouring casts' deepest samples.
+    std::vector<float> error(nodes.meanSqDist.size(), 0.0f);
+    const bool footprint = o.maxError <= 0 && down && casts.isCasts();
+    for (int32_t j = 0; j < ny; ++j)
+        for (int32_t i = 0; i < nx; ++i) {
+            const size_t k = static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i);
+            const float msd = nodes.meanSqDist[k];
+            bool gone = nodes.used[k] <= 0 || msd > (o.maxError > 0 ? o.maxError : 16.0f);
+            if (footprint) gone = nodes.used[k] <= 0 || set.yg[j] > casts.floorAt(set.xg[i]) + 0.02f * (ymax - ymin);
+            error[k] = gone ? 1.0f : 0.0f;
+        }
 
     // Contour levels at a round step over the data, every second one
     // labelled. A few extreme samples (0.5 % at either end) neither choose
@@ -565,9 +642,21 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     if (ps) kestrel::psWrite(ps, "grestore\n");
     ContourField(set.gridEst, set.xg, nx, set.yg, ny, levels.data(), static_cast<int32_t>(levels.size()), canvas, ps);
     const int32_t white = FindClosestColor(1.0f, 1.0f, 1.0f);
-    EraseField(error.data(), o.maxError, set.xg, nx, set.yg, ny, white, canvas, ps);
+    EraseField(error.data(), 0.5f, set.xg, nx, set.yg, ny, white, canvas, ps);
 
     if (down) drawSeafloor(table, o, d, yb, canvas, ps);
+
+    if (o.samples) {
+        // Every sample as a small dark dot, where the field's estimate comes from.
+        ClipVWP(canvas, 1);
+        if (ps) kestrel::psWrite(ps, "gsave dousrclip\n");
+        const int32_t dot = FindClosestColor(0.15f, 0.15f, 0.15f);
+        SetColor(dot);
+        if (ps) PSSetColor(ps, dot);
+        DrawSymbols(canvas, ps, xs.data(), ys.data(), n, 1, 0.05f);
+        if (ps) kestrel::psWrite(ps, "grestore\n");
+        ClipVWP(canvas, 0);
+    }
 
     // The stations along the top: one mark per distinct x.
     std::vector<float> stations = xs;
@@ -608,7 +697,7 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     ticks(ymin, ymax, &first, &tic, &ltic);
     YAxisLabels(canvas, xmin, first, tic, ltic, yName.c_str(), 0);
     postscriptAxes(ps, xmin, yb, letter, fontSize, xName, title, yName);
-    DrawColorBar(canvas, ps, barTitle(vName).c_str(), fontSize, xmin, xmax, vw, yb, yt, zmin, zmax, opt.stretch0,
+    DrawColorBar(canvas, ps, (o.barTitle.empty() ? barTitle(vName) : o.barTitle).c_str(), fontSize, xmin, xmax, vw, yb, yt, zmin, zmax, opt.stretch0,
                  opt.stretch1);
 
     int status = 0;
@@ -624,7 +713,8 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     }
     status = ps || !output.postscript() ? 0 : 1;
     if (!writePicture(picture, ps, "showpage\n", o.name, output)) status = 1;
-    std::printf("kestrel: %d samples, %zu stations, %d x %d grid, %zu levels from %g by %g\n", n, stations.size(), nx,
+    std::printf("kestrel: %d samples, %zu stations, %d x %d grid, %zu levels from %g by %g\n", n,
+                d.stations ? d.stations : stations.size(), nx,
                 ny, levels.size(), o.levelList.empty() ? lv.first * lv.step : o.levelList.front(),
                 o.levelList.size() > 1 ? o.levelList[1] - o.levelList[0] : lv.step);
     std::printf("kestrel: colours from %g to %g\n", zmin, zmax);
@@ -660,13 +750,25 @@ const char *const kSectionUsage =
     "    --range LO/HI   colours (and levels) over LO..HI, not over the data: sections drawn with\n"
     "                    one range share one colour scale\n"
     "    --columns N     at most N grid columns (120)\n"
-    "    --percent P     scale length at the densest node, % of the axis (3)\n"
+    "    --percent P     scale length at the densest node, % of the axis (default: from the sampling,\n"
+    "                    the casts' spacing along x and the samples' along y where they are densest)\n"
     "    --factor F      estimator scale factor (1)\n"
-    "    --max-error E   erase (white) where the mean squared data distance in scale lengths exceeds E (16)\n"
+    "    --max-error E   erase (white) where the mean squared data distance in scale lengths exceeds E\n"
+    "                    (default: below the casts' deepest samples in a depth section, else 16)\n"
     "    --stretch A B   tanh colour stretch (default: steepest at the median of the data)\n"
     "    --preamble FILE PostScript preamble (default: kestrel.ps next to the program,\n"
     "                    ../share/kestrel/kestrel.ps, or data/preamble/kestrel.ps of the source tree)\n"
-    "    --palette FILE  palette file, \"index red green blue\" lines (default: the built-in palette)\n"
+    "    --palette NAME  colours: a shipped palette (kestrel, rainbow, diverging, greys) or a palette\n"
+    "                    file of \"index red green blue\" lines; NAME_r turns the colour scale around\n"
+    "    --bar-title T   colour-bar title (default: the value's unit)\n"
+    "    --samples       a dot at every sample\n"
+    "    -R X0/X1/Y0/Y1  the plot's range (default: the samples'); samples a quarter of it beyond\n"
+    "                    still shape the field near its edges\n"
+    "    --size WxH      picture size in pixels at 40 per cm (default 1000x700)\n"
+    "    --where COL=V   only rows whose COL is V (text or number) or, for V = LO/HI, in LO..HI;\n"
+    "                    repeat for more conditions\n"
+    "    --x distance    x as the distance along the track in km, from the Longitude and Latitude\n"
+    "                    columns in the rows' order"
     "    -q, --quiet     no progress messages on stderr\n";
 
 int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *o, std::string *preamble,
@@ -685,7 +787,8 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
                               a == "--preamble" || a == "--palette" || a == "--columns" || a == "--lines" ||
                               a == "--percent" || a == "--factor" || a == "--max-error" || a == "--bottom" ||
                               a == "--topo" || a == "--interval" || a == "--range" || a == "--levels" ||
-                              a == "--label-every")
+                              a == "--label-every" || a == "-R" || a == "--size" || a == "--where" ||
+                              a == "--bar-title")
                                ? 1
                                : 0;
         if (values && i + values >= argc) {
@@ -699,6 +802,36 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
             return 0;
         } else if (a == "-q" || a == "--quiet") {
             o->quiet = true;
+        } else if (a == "--samples") {
+            o->samples = true;
+        } else if (a == "--bar-title") {
+            o->barTitle = argv[++i];
+        } else if (a == "--where") {
+            const std::string w = argv[++i];
+            const size_t eq = w.find('=');
+            ok = eq != std::string::npos && eq > 0 && o->where.size() < 100;
+            if (ok) o->where.push_back({w.substr(0, eq), w.substr(eq + 1)});
+        } else if (a == "-R") {
+            // XMIN/XMAX/YMIN/YMAX, each pair rising.
+            std::string r = argv[++i];
+            float v4[4] = {0, 0, 0, 0};
+            for (int k = 0; k < 4 && ok; ++k) {
+                const size_t slash = k < 3 ? r.find('/') : r.size();
+                ok = slash != std::string::npos && toFloat(r.substr(0, slash).c_str(), &v4[k]) &&
+                     std::fabs(v4[k]) < 1e30f;
+                r = slash < r.size() ? r.substr(slash + 1) : std::string();
+            }
+            ok = ok && r.empty() && v4[0] < v4[1] && v4[2] < v4[3];
+            o->hasRegion = ok;
+            o->regionX0 = v4[0], o->regionX1 = v4[1], o->regionY0 = v4[2], o->regionY1 = v4[3];
+        } else if (a == "--size") {
+            const std::string wh = argv[++i];
+            const size_t x = wh.find('x');
+            float fw = 0, fh = 0;
+            ok = x != std::string::npos && toFloat(wh.substr(0, x).c_str(), &fw) &&
+                 toFloat(wh.substr(x + 1).c_str(), &fh) && fw >= 440 && fh >= 340 && fw <= 8000 && fh <= 8000;
+            o->width = static_cast<int32_t>(fw);
+            o->height = static_cast<int32_t>(fh);
         } else if (acceptData && (a == "--x" || a == "--y" || a == "--value")) {
             (a == "--x" ? o->x : a == "--y" ? o->y : o->value) = argv[++i];
         } else if (a == "--bottom") {
@@ -765,6 +898,71 @@ int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *
     return -1;
 }
 
+// --palette NAME or FILE: a file as given, else a shipped palette by name
+// (beside the preamble or in a palettes folder above it); a trailing "_r"
+// turns the colour scale end for end.
+bool resolvePalette(SectionOptions *o) {
+    namespace fs = std::filesystem;
+    if (o->palette.empty()) return true;
+    std::error_code ec;
+    if (fs::is_regular_file(o->palette, ec)) return true;
+    std::string name = o->palette;
+    if (name.size() > 2 && name.compare(name.size() - 2, 2, "_r") == 0) {
+        name.resize(name.size() - 2);
+        o->reversePalette = true;
+    }
+    if (fs::is_regular_file(name, ec)) {
+        o->palette = name;
+        return true;
+    }
+    const fs::path pre = fs::path(o->preamble).parent_path();
+    std::string shipped;
+    for (const fs::path &dir : {pre / "palettes", pre.parent_path() / "palettes"}) {
+        if (fs::is_regular_file(dir / (name + ".pal"), ec)) {
+            o->palette = (dir / (name + ".pal")).string();
+            return true;
+        }
+        if (shipped.empty() && fs::is_directory(dir, ec))
+            for (const auto &e : fs::directory_iterator(dir, ec))
+                if (e.path().extension() == ".pal")
+                    shipped += (shipped.empty() ? "" : ", ") + e.path().stem().string();
+    }
+    std::fprintf(stderr, "kestrel: no palette file or shipped palette '%.200s'%s%s\n", o->palette.c_str(),
+                 shipped.empty() ? "" : " (shipped: ", shipped.empty() ? "" : (shipped + ")").c_str());
+    return false;
+}
+
+namespace {
+
+// "Distance [km]": the distance along the track from the first row's
+// position, great circles from position to position in the rows' order.
+bool addDistanceColumn(Table *t) {
+    const int lon = findColumn(*t, "Longitude"), lat = findColumn(*t, "Latitude");
+    if (lon < 0 || lat < 0) return false;
+    constexpr double kRad = 3.14159265358979323846 / 180, kEarthKm = 6371.0;
+    double along = 0, plon = std::nan(""), plat = std::nan("");
+    t->names.push_back("Distance [km]");
+    t->textCells.push_back(0);
+    for (auto &row : t->rows) {
+        const double a = row[static_cast<size_t>(lon)], b = row[static_cast<size_t>(lat)];
+        if (!std::isfinite(a) || !std::isfinite(b) || std::fabs(b) > 90) {
+            row.push_back(std::nan(""));
+            continue;
+        }
+        if (std::isfinite(plon)) {
+            const double h = std::pow(std::sin((b - plat) * kRad / 2), 2) +
+                             std::cos(b * kRad) * std::cos(plat * kRad) * std::pow(std::sin((a - plon) * kRad / 2), 2);
+            along += 2 * kEarthKm * std::asin(std::min(1.0, std::sqrt(h)));
+        }
+        plon = a;
+        plat = b;
+        row.push_back(along);
+    }
+    return true;
+}
+
+}  // namespace
+
 int sectionMain(int argc, char **argv, const std::function<std::string(const std::string &)> &findPreamble,
                 const std::function<int(KDC)> &show) {
     SectionOptions o;
@@ -779,11 +977,23 @@ int sectionMain(int argc, char **argv, const std::function<std::string(const std
     }
     if (!o.show && !outputFolderExists(o.name)) return 2;
     o.preamble = findPreamble(preamble);
+    if (!resolvePalette(&o)) return 2;
     Table table;
     std::string why;
-    if (!readTable(o.data, &table, &why)) {
+    if (!readTable(o.data, &table, &why, &o.where)) {
         std::fprintf(stderr, "kestrel: %s %s\n", o.data.c_str(), why.c_str());
         return 1;
+    }
+    if (!o.where.empty() && table.rows.empty()) {
+        std::fprintf(stderr, "kestrel: no row of %s passes the --where filters\n", o.data.c_str());
+        return 1;
+    }
+    if (o.x == "distance" && findColumn(table, "distance") < 0) {
+        if (!addDistanceColumn(&table)) {
+            std::fprintf(stderr, "kestrel: --x distance needs the table's Longitude and Latitude columns\n");
+            return 2;
+        }
+        o.x = "Distance [km]";
     }
     if (isDerivedVariable(o.value) && findColumn(table, o.value) < 0) {
         std::string column;

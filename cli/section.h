@@ -18,11 +18,20 @@ struct Table {
     std::vector<size_t> textCells;  // per column: fields that held text, not a number
 };
 
+// A row filter, --where COL=VALUE or COL=LO/HI: the field's text equals
+// VALUE (or, both numbers, its number does), or its number lies in [LO, HI].
+struct Where {
+    std::string column, value;
+};
+
 // Reads a table with a header line, its fields separated by tabs, else by
 // commas (double quotes keep a field whole), else by runs of blanks. False
 // when the file cannot be read, has no header or is not text; *why (may be
 // null) then says which, in words fit for the user.
-bool readTable(const std::string &path, Table *table, std::string *why = nullptr);
+// With where given, only the rows that pass every filter are kept (a filter
+// naming no column of the table fails the read with *why saying so).
+bool readTable(const std::string &path, Table *table, std::string *why = nullptr,
+               const std::vector<Where> *where = nullptr);
 
 // A column by its full name or by its name without the unit ("Depth"
 // finds "Depth [m]"); -1 when there is none.
@@ -44,10 +53,17 @@ struct SectionOptions {
     std::string topo;          // topography grid for the seafloor along the track (overrides bottom)
     std::string name = "kestrel-section";
     std::string preamble, palette, title;
+    bool reversePalette = false; // the colour scale turned end for end (--palette NAME_r)
+    std::string barTitle;        // colour-bar title; empty: the value's unit
+    std::vector<Where> where;    // row filters
+    bool hasRegion = false;      // -R: the plot's x and y range, not the data's
+    float regionX0 = 0, regionX1 = 0, regionY0 = 0, regionY1 = 0;
+    int32_t width = 1000, height = 700;  // the picture in pixels, 40 to the centimetre
+    bool samples = false;        // a dot at every sample
     int32_t columns = 120;     // grid columns at most
-    float percent = 3.0f;      // scale length at the densest node, % of the axis range
+    float percent = 0;         // scale length at the densest node, % of the axis range; 0: from the sampling
     float factor = 1.0f;       // scale factor of the estimator
-    float maxError = 16.0f;    // erase where the mean squared data distance exceeds this
+    float maxError = 0;        // erase where the mean squared data distance exceeds this; 0: below the casts
     int32_t lines = 20;        // about this many contour levels
     float interval = 0;        // contour step; 0: a 1-2-5 step giving about `lines` levels
     std::vector<float> levelList;  // the contour levels themselves, when given
@@ -76,6 +92,10 @@ int sectionCommand(const Table &table, const SectionOptions &options);
 // --help, which prints help()).
 int parseSectionOptions(int argc, char **argv, bool acceptData, SectionOptions *options, std::string *preamble,
                         const char *help);
+
+// Resolves options->palette (a file, or a shipped palette by name beside
+// options->preamble, NAME_r reversed); false after one line on stderr.
+bool resolvePalette(SectionOptions *options);
 
 // "kestrel section DATA.tsv --x COL --y COL --value COL [options] -o NAME";
 // findPreamble maps the --preamble argument (may be empty) to the file to use.
