@@ -664,6 +664,9 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     stations.erase(std::unique(stations.begin(), stations.end(),
                                [&](float a, float b) { return b - a < 1e-4f * (xmax - xmin); }),
                    stations.end());
+    // Only those within the plot (-R may show part of the section).
+    stations.erase(std::remove_if(stations.begin(), stations.end(), [&](float x) { return x < xmin || x > xmax; }),
+                   stations.end());
     SetMYFont(canvas, 1, fontSize, 0);
     const int32_t letter = mCGS.tm.tmHeight;
     const float markY = static_cast<float>(yt - 0.35 * letter / VY.pixPerUser);

@@ -398,6 +398,64 @@ TEST(Cli, EveryFormatDrawsTheSamePicture) {
     }
 }
 
+// The section options a user reaches for first, on the WCOA and P18
+// tables: row filters, the along-track distance, the plot's range and size,
+// shipped palettes reversed, sample dots and the colour-bar title.
+TEST(Cli, SectionOptionsOfEverydayWork) {
+    const std::string wcoa = kt::dataPath("samples/wcoa2013.tsv"), p18 = kt::dataPath("samples/go-ship_p18_2016.tsv");
+    if (!kt::fileExists(wcoa) || !kt::fileExists(p18)) GTEST_SKIP() << "no sample tables";
+    const std::string dir = kt::scratchDir("cli_section_options");
+    const std::string line2 = "section '" + wcoa + "' --where Line=2 --y Depth --value Temperature -q ";
+    Outcome r = kestrel(dir, line2 + "--x distance --samples --bar-title 'In situ' --formats ps,png -o line2");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("175 samples, 12 stations"), std::string::npos) << r.out;
+    std::string ps = kt::readFile(dir + "/line2.ps");
+    EXPECT_NE(ps.find("(Distance [km])"), std::string::npos);
+    EXPECT_NE(ps.find("(In situ)"), std::string::npos);
+    EXPECT_NE(ps.find("(80)"), std::string::npos) << "the line runs about 85 km along its stations";
+    EXPECT_EQ(ps.find("(120)"), std::string::npos);
+    // A range of numbers: lines 2 and 3 (not "3a", which is text).
+    r = kestrel(dir, "section '" + wcoa + "' --where Line=2/3 --x Longitude --y Depth --value Temperature -q --formats png -o l23");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("261 samples"), std::string::npos) << r.out;
+
+    // The plot's range and the picture's size.
+    const std::string oxygen = "section '" + p18 + "' --x Latitude --y Depth --value Oxygen -q ";
+    r = kestrel(dir, oxygen + "-R -20/10/0/1000 --size 1400x900 --formats png,ps -o zoom");
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(kt::readFile(dir + "/zoom.ps").find("-20 10 27 3.5 1000 0 17 3 UsrSys"), std::string::npos);
+    kt::Image zoom;
+    ASSERT_TRUE(kt::loadPNG(dir + "/zoom.png", &zoom));
+    EXPECT_EQ(zoom.w, 1400);
+    EXPECT_EQ(zoom.h, 900);
+
+    // A shipped palette by name, and turned around: warm water light in one,
+    // dark in the other.
+    kt::Image grey, reversed;
+    ASSERT_EQ(kestrel(dir, oxygen + "--palette greys --formats png -o grey").status, 0);
+    ASSERT_EQ(kestrel(dir, oxygen + "--palette greys_r --formats png -o greyr").status, 0);
+    ASSERT_TRUE(kt::loadPNG(dir + "/grey.png", &grey));
+    ASSERT_TRUE(kt::loadPNG(dir + "/greyr.png", &reversed));
+    const int a = luminance(grey.at(480, 110)), b = luminance(reversed.at(480, 110));
+    EXPECT_GT(std::abs(a - b), 100) << a << " against " << b;
+
+    // Bad values: one line each, and nothing drawn.
+    for (const char *bad : {"-R 10/-20/0/1000", "-R 1/2/3", "--size 10x10", "--size wide", "--palette nosuch",
+                            "--where Line", "--where =2"}) {
+        r = kestrel(dir, oxygen + bad + " -o bad");
+        EXPECT_EQ(r.status, 2) << bad;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << bad << ": " << r.err;
+    }
+    EXPECT_NE(kestrel(dir, oxygen + "--palette nosuch").err.find("shipped: "), std::string::npos);
+    r = kestrel(dir, oxygen + "--where Nope=1 -o bad");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("no column 'Nope'"), std::string::npos) << r.err;
+    r = kestrel(dir, line2 + "--x Longitude --where Line=99 -o bad");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("no row"), std::string::npos) << r.err;
+    EXPECT_FALSE(kt::fileExists(dir + "/bad.png"));
+}
+
 }  // namespace
 
 namespace {
