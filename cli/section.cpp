@@ -700,8 +700,31 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     ticks(ymin, ymax, &first, &tic, &ltic);
     YAxisLabels(canvas, xmin, first, tic, ltic, yName.c_str(), 0);
     postscriptAxes(ps, xmin, yb, letter, fontSize, xName, title, yName);
-    DrawColorBar(canvas, ps, (o.barTitle.empty() ? barTitle(vName) : o.barTitle).c_str(), fontSize, xmin, xmax, vw, yb, yt, zmin, zmax, opt.stretch0,
-                 opt.stretch1);
+    DrawColorBar(canvas, ps, (o.barTitle.empty() ? barTitle(vName) : o.barTitle).c_str(), fontSize, xmin, xmax, vw,
+                 yb, yt, zmin, zmax, opt.stretch0, opt.stretch1);
+    // The contour levels across the bar, thin and thick as in the field, so
+    // that each line of the field finds its value on the bar (the bar's own
+    // labels keep their round step).
+    VX = plotX;
+    VY = plotY;
+    ClipVWP(canvas, 0);
+    SetColor(0);
+    if (ps) PSSetColor(ps, 0);
+    const float bar = std::max(0.35f / vw, 0.03f) * (xmax - xmin);
+    static const char *const kWidthNames[] = {"very_thin_line", "thin_line", "medium_line", "thick_line"};
+    for (const KContourLevel &level : levels) {
+        const float f = (level.level - zmin) / (zmax - zmin);
+        if (!(f > 0.002f && f < 0.998f)) continue;
+        const int32_t width = std::clamp(level.width, 0, 3);
+        float lx[2] = {xmax + bar, xmax + 2 * bar}, ly[2] = {yb + f * (yt - yb), yb + f * (yt - yb)};
+        KCanvasSelectPen(canvas, 0, PixelLineWidth(width, nullptr), mCGS.color);
+        DrawPoly(canvas, nullptr, lx, ly, 2, 0, 1);
+        if (ps)
+            kestrel::PsStream(ps).printf("gsave %s solid_line %g %g %g %g Line grestore\n", kWidthNames[width],
+                                         static_cast<double>(lx[0]), static_cast<double>(ly[0]),
+                                         static_cast<double>(lx[1]), static_cast<double>(ly[1]));
+    }
+    RestorePen(canvas, "section");
 
     int status = 0;
     if (o.show) {
