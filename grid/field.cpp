@@ -114,7 +114,10 @@ void samplingPercents(const Casts &c, float xmin, float xmax, float ymin, float 
     if (!c.isCasts() || !(rx > 0) || !(ry > 0)) return;
     // The fullest tenth of the y range, counted in samples' gaps.
     int bins[10] = {0};
-    auto bin = [&](float y) { return std::clamp(static_cast<int>((y - ymin) / ry * 10), 0, 9); };
+    auto bin = [&](float y) {
+        const float t = (y - ymin) / ry * 10;
+        return !(t > 0) ? 0 : t >= 9 ? 9 : static_cast<int>(t);
+    };
     for (float m : c.gapMidY) ++bins[bin(m)];
     const int dense = static_cast<int>(std::max_element(bins, bins + 10) - bins);
     std::vector<float> dy;
