@@ -754,7 +754,8 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
 const char *const kViewUsage =
     "       kestrel view DATA.tsv --x COL --y COL --value COL [section options] [--window WxH]\n"
     "  view    the section in a window: p picks points (printed on Enter), z zooms the plot\n"
-    "          range, c the colour range, dragging scrolls, q quits\n";
+    "          range, c the colour range, r draws the section again over the zoomed ranges,\n"
+    "          dragging scrolls, q quits\n";
 
 const char *const kSectionUsage =
     "       kestrel section DATA.tsv --x COL --y COL --value COL [options] [-o NAME]\n"

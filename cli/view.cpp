@@ -30,6 +30,9 @@ struct ViewWindow {
     unsigned message = 0;           // the number of the last event handled
     bool inTool = false, quit = false, grabbed = false;
     int status = 0;
+    // The ranges the zoom tools chose, as section options; r redraws with them.
+    std::string region, colours;
+    bool redraw = false;
 };
 ViewWindow gView;
 
@@ -110,15 +113,28 @@ void pickPoints() {
 void zoomPlot() {
     float x0 = VX.umin, x1 = VX.umax, y0 = VY.umin, y1 = VY.umax;
     const int32_t r = ZoomViewPort(&x0, &x1, 3, &y0, &y1, 3);
-    if (r == 13) std::printf("zoom\t%.6g\t%.6g\t%.6g\t%.6g\n", x0, x1, y0, y1);
-    else std::printf("zoom aborted\n");
+    if (r == 13) {
+        std::printf("zoom\t%.6g\t%.6g\t%.6g\t%.6g\n", x0, x1, y0, y1);
+        char text[160];
+        std::snprintf(text, sizeof text, "%.9g/%.9g/%.9g/%.9g", std::min(x0, x1), std::max(x0, x1), std::min(y0, y1),
+                      std::max(y0, y1));
+        if (x0 != x1 && y0 != y1) gView.region = text;
+    } else {
+        std::printf("zoom aborted\n");
+    }
 }
 
 void zoomColours() {
     float z0 = Vcmap.a0, z1 = Vcmap.a1;
     const int32_t r = ZoomColorBar(&z0, &z1, 3);
-    if (r == 13) std::printf("colour range\t%.6g\t%.6g\n", z0, z1);
-    else std::printf("colour range aborted\n");
+    if (r == 13) {
+        std::printf("colour range\t%.6g\t%.6g\n", z0, z1);
+        char text[80];
+        std::snprintf(text, sizeof text, "%.9g/%.9g", std::min(z0, z1), std::max(z0, z1));
+        if (z0 != z1) gView.colours = text;
+    } else {
+        std::printf("colour range aborted\n");
+    }
 }
 
 template <class F>
@@ -183,6 +199,11 @@ gboolean onKey(GtkWidget *, GdkEventKey *e, gpointer) {
     case 'p': runTool(pickPoints); break;
     case 'z': runTool(zoomPlot); break;
     case 'c': runTool(zoomColours); break;
+    case 'r':  // the section again over the zoomed ranges
+        if (gView.region.empty() && gView.colours.empty()) break;
+        gView.redraw = true;
+        gtk_widget_destroy(gView.window);
+        break;
     case 'q': case 27: gtk_widget_destroy(gView.window); break;
     default: break;
     }
@@ -197,6 +218,7 @@ void onDestroy(GtkWidget *, gpointer) {
 
 int showWindow(KDC picture, int width, int height) {
     gView.picture = picture;
+    gView.quit = false;
     gView.plotX = VX;
     gView.plotY = VY;
     const int pw = KCanvasWidth(picture), ph = KCanvasHeight(picture);
@@ -216,7 +238,7 @@ int showWindow(KDC picture, int width, int height) {
     gtk_widget_add_events(gView.area, GDK_POINTER_MOTION_MASK | GDK_BUTTON_PRESS_MASK | GDK_BUTTON_RELEASE_MASK);
     gtk_widget_set_can_focus(gView.area, TRUE);
     GtkWidget *bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
-    gView.part0 = gtk_label_new("p pick points   z zoom   c colour range   drag scrolls   q quit");
+    gView.part0 = gtk_label_new("p pick points   z zoom   c colour range   r redraw zoomed   drag scrolls   q quit");
     gView.part1 = gtk_label_new("");
     gtk_box_pack_start(GTK_BOX(bar), gView.part0, FALSE, FALSE, 4);
     gtk_box_pack_end(GTK_BOX(bar), gView.part1, FALSE, FALSE, 4);
@@ -283,6 +305,20 @@ int viewMain(int argc, char **argv, const std::function<std::string(const std::s
         std::fprintf(stderr, "kestrel: cannot open a window (no display?)\n");
         return 1;
     }
-    return sectionMain(static_cast<int>(rest.size()), rest.data(), findPreamble,
-                       [&](KDC picture) { return showWindow(picture, width, height); });
+    // r after a zoom draws the section again over the zoomed ranges, in a
+    // new window; the zoom tools then start from those.
+    int status = 0;
+    std::vector<std::string> again;
+    do {
+        gView.redraw = false;
+        std::vector<char *> args = rest;
+        for (std::string &a : again) args.push_back(&a[0]);
+        status = sectionMain(static_cast<int>(args.size()), args.data(), findPreamble,
+                             [&](KDC picture) { return showWindow(picture, width, height); });
+        again.clear();
+        if (!gView.region.empty()) again.insert(again.end(), {"-R", gView.region});
+        if (!gView.colours.empty()) again.insert(again.end(), {"--range", gView.colours});
+        if (gView.redraw) std::printf("redraw\t%s\n", gView.region.c_str()), std::fflush(stdout);
+    } while (gView.redraw && status == 0);
+    return status;
 }

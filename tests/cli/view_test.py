@@ -38,6 +38,10 @@ class View:
             [KESTREL, "view", DATA, "--x", "Latitude", "--y", "Depth", "--value", "Oxygen", "-q", *extra],
             stdout=self.out, stderr=subprocess.PIPE, text=True)
         self.read = 0
+        self.attach()
+
+    def attach(self):
+        """Reads where the plot is and finds and focuses the (new) window."""
         line = self.wait_for("plot")
         f = line.split("\t")
         self.left, self.top, self.right, self.bottom = map(int, f[1:5])
@@ -180,6 +184,18 @@ expect = v.z1 - 60 * (v.z1 - v.z0) / (v.bottom - v.top)
 check(abs(z0 - v.z0) < 1e-3 * abs(v.z1 - v.z0) and abs(z1 - expect) < 0.02 * abs(v.z1 - v.z0),
       f"the colour range's top follows the drag: {z0:.4g} .. {z1:.4g} (expected {v.z0:.4g} .. {expect:.4g})")
 check(same(before, v.shot()), "nothing of the colour box is left after Enter")
+
+# r: the section again, over the zoomed plot range and colour range.
+v.key("r")
+v.wait_for("redraw")
+v.attach()
+if len(z) == 5:
+    check(abs(v.x0 - min(x0, x1)) < 1e-3 and abs(v.x1 - max(x0, x1)) < 1e-3,
+          f"redrawn over the zoomed x range {min(x0, x1):.4g} .. {max(x0, x1):.4g}: {v.x0:.4g} .. {v.x1:.4g}")
+    check(abs(min(v.ylow, v.yhigh) - min(y0, y1)) < 1e-2 and abs(max(v.ylow, v.yhigh) - max(y0, y1)) < 1e-2,
+          f"and the zoomed y range {min(y0, y1):.4g} .. {max(y0, y1):.4g}: {v.ylow:.4g} .. {v.yhigh:.4g}")
+check(abs(v.z0 - z0) < 1e-3 * abs(z1 - z0) and abs(v.z1 - z1) < 1e-3 * abs(z1 - z0),
+      f"with the zoomed colours {z0:.4g} .. {z1:.4g}: {v.z0:.4g} .. {v.z1:.4g}")
 v.close()
 
 # ---- A window smaller than the picture: dragging scrolls -----------------------
