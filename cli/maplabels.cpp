@@ -193,7 +193,16 @@ std::vector<double> outlineMeets(const GratLine &l, const MapGeometry &g, bool f
         const Pt p = l.geo(v);
         // Where meridians meet at a pole no label has room; the unprojected
         // map's pole is an edge like any other.
-        if (std::fabs(p.y) > 89.9 && proj >= 1 && proj <= 6) return;
+        if (proj >= 1 && proj <= 6) {
+            // (Mollweide's meridians leave the outline only just short of the
+            // pole, where they crowd.)
+            if (std::fabs(p.y) > (proj == 4 || proj == 6 ? 85.0 : 89.9)) return;
+            const Pt at = toPixels(p.x, p.y);
+            for (double pole : {-90.0, 90.0}) {
+                const Pt q = toPixels(p.x, pole);
+                if (std::hypot(at.x - q.x, at.y - q.y) < 4) return;
+            }
+        }
         at.push_back(v);
     };
     if (vis[0] && !(fullCircle && !l.meridian)) keep(t(0));
@@ -308,10 +317,12 @@ void drawLabelledMapFrame(KDC dc, KFILE ps, const MapGeometry &g, const MapFrame
     std::vector<GratLine> gl;
     for (double lon : lons) gl.push_back(GratLine{true, lon, g.latMin, g.latMax});
     for (double lat : lats) gl.push_back(GratLine{false, lat, g.lonMin, g.lonMax});
+    auto onEdge = [&](const GratLine &l) {
+        return l.meridian ? (std::fabs(l.value - g.lonMin) < 1e-6 || std::fabs(l.value - g.lonMax) < 1e-6)
+                          : (std::fabs(l.value - g.latMin) < 1e-6 || std::fabs(l.value - g.latMax) < 1e-6);
+    };
     for (const GratLine &l : gl) {
-        const bool edge = l.meridian ? (std::fabs(l.value - g.lonMin) < 1e-6 || std::fabs(l.value - g.lonMax) < 1e-6)
-                                     : (std::fabs(l.value - g.latMin) < 1e-6 || std::fabs(l.value - g.latMax) < 1e-6);
-        if (!st.grid || edge) continue;
+        if (!st.grid || onEdge(l)) continue;
         if (l.meridian) DrawMeridian(dc, ps, g.latMin, g.latMax, static_cast<float>(l.value), 100, 0);
         else DrawParallel(dc, ps, g.lonMin, g.lonMax, static_cast<float>(l.value), 100, 0);
         const int n = 200;
@@ -353,8 +364,12 @@ void drawLabelledMapFrame(KDC dc, KFILE ps, const MapGeometry &g, const MapFrame
         // of this one, nearest the middle of the map first.
         const double step = l.meridian ? dLat : dLon;
         const double lo = l.meridian ? g.latMin : g.lonMin, hi = l.meridian ? g.latMax : g.lonMax;
-        for (double v = std::floor(lo / step) * step + 0.5 * step; v < hi; v += step) {
+        // (A line along the map's edge is labelled at its ends only.)
+        for (double v = std::floor(lo / step) * step + 0.5 * step; v < hi && !onEdge(l); v += step) {
             if (v <= lo || std::fabs(l.geo(v).y) > 89.9) continue;
+            // Meridians are named in one band across the middle of the map,
+            // where a reader looks for them, or not at all.
+            if (l.meridian && std::fabs(v - g.cLat) > step) continue;
             const Pt geo = l.geo(v);
             if (!onMap(geo.x, geo.y, g)) continue;
             const double dv = 1e-3 * step;
