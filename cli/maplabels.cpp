@@ -155,8 +155,13 @@ void measure(KDC dc, const std::string &text, float size, double *w, double *h) 
 void drawLabelAt(KDC dc, KFILE ps, const std::string &screen, const std::string &postscript, double cx, double cy,
                  float size) {
     const float ux = static_cast<float>(userX(cx)), uy = static_cast<float>(userY(cy));
+    // Written over the map as it is: the box is kept clear of lines anyway,
+    // and a white box would cut a hole in the land.
+    const int32_t fill = mCGS.fill;
+    SetDoFill(dc, 0);
     SetLorgVal(dc, 0);
     DrawString(dc, screen.c_str(), ux, uy, 0, size);
+    SetDoFill(dc, fill);
     if (ps) {
         char line[400];
         std::snprintf(line, sizeof line, "/lorg 0 def %g SetMyFont\n/labl [(%s)] def\n0  %g %g rotlabl\n",
