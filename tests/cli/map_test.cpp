@@ -7,6 +7,7 @@
 // the date line, colours, and input off the globe.
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -190,19 +191,20 @@ TEST(CliMap, LabelsOfEveryProjectionNeitherStackNorCrossALine) {
     writeCoast(dir + "/coast.cst", {box(-20, 10, 10, 40, false), box(100, 140, -40, -10, false)});
     const struct {
         const char *args;
-        int lon, lat;  // at least this many labels of each kind
+        int lon, lat;     // at least this many labels of each kind
+        bool lonOutside;  // every meridian named outside the round outline
     } maps[] = {
-        {"-p none -R -80/20/-10/70", 3, 3},
-        {"-p north", 6, 1},
-        {"-p equatorial", 3, 3},
-        {"-p south", 6, 1},
-        {"-p mollweide", 5, 3},
-        {"-p ortho -C -30/20 --title 'North Atlantic'", 4, 3},
-        {"-p oblique", 3, 2},
-        {"-p ortho -C 0/90", 6, 1},
-        {"-p ortho -C 150/-60", 4, 2},
-        {"-p mollweide -R -60/60/-60/60 -B 20", 4, 4},
-        {"-p north -R 0/360/50/90 -B 30/10", 6, 2},
+        {"-p none -R -80/20/-10/70", 3, 3, false},
+        {"-p north", 10, 1, true},
+        {"-p equatorial", 3, 3, false},
+        {"-p south", 10, 1, true},
+        {"-p mollweide", 5, 3, false},
+        {"-p ortho -C -30/20 --title 'North Atlantic'", 8, 3, true},
+        {"-p oblique", 3, 2, false},
+        {"-p ortho -C 0/90", 10, 1, true},
+        {"-p ortho -C 150/-60", 4, 2, false},
+        {"-p mollweide -R -60/60/-60/60 -B 20", 4, 4, false},
+        {"-p north -R 0/360/50/90 -B 30/10", 10, 2, true},
     };
     for (const auto &m : maps) {
         const MapRun r = kestrelMap(dir, std::string(m.args) + " --coast coast.cst --labels-out labels.txt -o m");
@@ -216,6 +218,18 @@ TEST(CliMap, LabelsOfEveryProjectionNeitherStackNorCrossALine) {
         EXPECT_GE(lon, m.lon) << m.args;
         EXPECT_GE(lat, m.lat) << m.args;
         EXPECT_GT(rep.lines.size(), 20u) << m.args;
+        if (!m.lonOutside) continue;
+        // The disc is the box around all lines; no meridian is named inside it.
+        double x0 = 1e9, x1 = -1e9, y0 = 1e9, y1 = -1e9;
+        for (const Segment &sg : rep.lines)
+            x0 = std::min({x0, sg.x0, sg.x1}), x1 = std::max({x1, sg.x0, sg.x1}),
+            y0 = std::min({y0, sg.y0, sg.y1}), y1 = std::max({y1, sg.y0, sg.y1});
+        const double cx = (x0 + x1) / 2, cy = (y0 + y1) / 2, radius = (x1 - x0) / 2;
+        for (const Box &b : rep.labels) {
+            const bool latLabel = countEnding(Report{0, 0, {b}, {}, {}}, {"312N", "312S", "EQ"}) == 1;
+            if (latLabel) continue;
+            EXPECT_GT(std::hypot((b.x0 + b.x1) / 2 - cx, (b.y0 + b.y1) / 2 - cy), radius) << m.args << ":" << b.text;
+        }
     }
 }
 
