@@ -498,7 +498,7 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     // ends with the grestore before the frame, whose labels stand outside.
     if (ps) psText(ps, "gsave\n");
     ClipMapWindow(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, 0);
-    const int white = 1, black = 0, red = 2;
+    const int black = 0, red = 2;
     const MapGeometry geo{lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, cLon, cLat};
     if (o.seaFilled) {
         float x[361], y[361];
@@ -531,7 +531,6 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
         drawCoastOutline(dc, ps, coast, geo, cd, black);
         if (!o.lakes.empty()) drawCoastOutline(dc, ps, lakes, geo, cd, black);
     }
-    (void)white;
     MapLabelLayout layout;
     layout.width = o.width;
     layout.height = o.height;

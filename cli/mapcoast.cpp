@@ -35,6 +35,7 @@ namespace {
 
 constexpr int32_t kMaxRecordPoints = 1500;
 constexpr double kEarthRadiusKm = 6371.0;
+constexpr double kRadPerDeg = 3.14159265358979323846 / 180;
 
 int32_t readInt32(const unsigned char *p) {
     const uint32_t v = static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
@@ -200,9 +201,9 @@ double polygonAreaKm2(const float *lonLat, int32_t n) {
     // enough for rings whose edges are short, which shorelines are.
     double sum = 0;
     for (int32_t i = 0; i + 1 < n; ++i) {
-        const double l0 = lonLat[2 * i] * (M_PI / 180), l1 = lonLat[2 * i + 2] * (M_PI / 180);
-        const double s0 = std::sin(lonLat[2 * i + 1] * (M_PI / 180)),
-                     s1 = std::sin(lonLat[2 * i + 3] * (M_PI / 180));
+        const double l0 = lonLat[2 * i] * kRadPerDeg, l1 = lonLat[2 * i + 2] * kRadPerDeg;
+        const double s0 = std::sin(lonLat[2 * i + 1] * kRadPerDeg),
+                     s1 = std::sin(lonLat[2 * i + 3] * kRadPerDeg);
         sum += (l1 - l0) * (s0 + s1) * 0.5;
     }
     return -sum * kEarthRadiusKm * kEarthRadiusKm;

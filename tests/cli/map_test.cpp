@@ -401,6 +401,11 @@ TEST(CliMap, InputOffTheGlobeOrNotACoastlineIsRefusedInOneLine) {
         EXPECT_NE(r.err.find(c.says), std::string::npos) << c.args << ": " << r.err;
     }
     EXPECT_FALSE(kt::fileExists(dir + "/bad.png"));
+    const MapRun help = kestrelMap(dir, "--help");
+    EXPECT_EQ(help.status, 0);
+    for (const char *option : {"-A AREA", "-B STEP", "--land COLOUR", "--sea COLOUR", "--lake COLOUR", "--no-lakes",
+                               "lon lat [name]", "--no-station-labels", "--labels-out", "eastward"})
+        EXPECT_NE(help.out.find(option), std::string::npos) << option;
 }
 
 }  // namespace
