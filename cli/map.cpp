@@ -605,9 +605,12 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
         const float size = 8.0f;
         const double gap = 0.5 * o.symbolSize * ppl + 2;
         int named = 0, wanted = 0;
+        // Each name is tried against every label and line placed before it:
+        // beyond a thousand names that costs more than the map is worth.
+        const int maxNames = 1000;
         for (size_t i = 0; i < sx.size(); ++i) {
             if (sName[i].empty()) continue;
-            ++wanted;
+            if (++wanted > maxNames) continue;
             const double px = (sx[i] - VX.umin) * VX.pixPerUser + VX.lowPix,
                          py = (sy[i] - VY.umin) * VY.pixPerUser + VY.lowPix;
             std::vector<MapLabelPlace> places;
