@@ -205,7 +205,8 @@ std::vector<double> outlineMeets(const GratLine &l, const MapGeometry &g, bool f
             if (std::fabs(p.y) > (proj == 4 || proj == 6 ? 85.0 : 89.9)) return;
             const Pt at = toPixels(p.x, p.y);
             for (double pole : {-90.0, 90.0}) {
-                if (!onMap(p.x, pole, g)) continue;  // (a polar view puts the other pole on its rim)
+                // (A polar view puts the other pole, off its domain, on its rim.)
+                if (pole < g.latMin - 1e-3 || pole > g.latMax + 1e-3) continue;
                 const Pt q = toPixels(p.x, pole);
                 if (std::hypot(at.x - q.x, at.y - q.y) < 4) return;
             }
