@@ -18,7 +18,8 @@ py=python3
 if [ -x /usr/bin/python3 ] && /usr/bin/python3 -c "import numpy" 2>/dev/null; then py=/usr/bin/python3; fi
 coast="coast_$res.cst"
 if [ ! -s "$coast" ]; then
-  /usr/bin/time -f "converter: %e s wall" "$py" "$here/tools/gshhg_to_cst.py" -r "$res" "$coast"
+  # Land alone, as GMT draws it below with -A0/1/1.
+  /usr/bin/time -f "converter: %e s wall" "$py" "$here/tools/gshhg_to_cst.py" -r "$res" --no-lakes "$coast"
 fi
 
 best() {  # best wall time of three runs of the command

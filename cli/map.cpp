@@ -6,6 +6,8 @@
 #include "cli/output.h"
 #include "cli/section.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -25,33 +27,6 @@ namespace {
 
 const char *const kProjNames[7] = {"none", "north", "equatorial", "south", "mollweide", "ortho", "oblique"};
 
-void mapUsage(std::FILE *to) {
-    std::fprintf(to,
-                 "usage: kestrel map [options] -o NAME\n"
-                 "  -p, --proj P       projection: 0 none, 1 north (polar orthographic), 2 equatorial\n"
-                 "                     (orthographic), 3 south, 4 mollweide (default), 5 ortho (general\n"
-                 "                     orthographic), 6 oblique (oblique Mollweide); number or name\n"
-                 "  -R W/E/S/N         domain in degrees (default: the whole globe, trimmed per projection)\n"
-                 "  -C LON/LAT         centre in degrees (default: middle of the domain)\n"
-                 "  --coast FILE       coastline file (.cst records; default $KESTREL_COASTLINES)\n"
-                 "  --lakes FILE       lakes file, filled white over the land\n"
-                 "  --no-fill          coastlines only, land not filled\n"
-                 "  --no-grid          no meridians and parallels\n"
-                 "  --stations FILE    table of stations: lon lat per line ('#' comments), drawn as symbols\n"
-                 "  --symbol N         symbol type 1..8 (dots, squares, diamonds, triangles, inverted\n"
-                 "                     triangles, stars, Xs, crosses); --symbol-size S in cm (default 0.25)\n"
-                 "  --topo FILE        shade the sea floor and land heights of a topography grid (the\n"
-                 "                     headerless 5-minute grid or one with an ETOPO01 header) under the coast\n"
-                 "  --gazetteer FILE   mark and label the named features of a gazetteer file on the map\n"
-                 "  --features TYPE    only features whose type contains TYPE (sea, ocean, bay, ...)\n"
-                 "  --title TEXT       title above the map\n"
-                 "  --size WxH         picture size in pixels at 40 pixels per cm (default 1000x800)\n"
-                 "  --preamble FILE    PostScript preamble (default: the project's data/preamble/kestrel.ps)\n"
-                 "  -o NAME            writes NAME.png, NAME.gif and NAME.ps (default kestrel-map)\n"
-                 "Coastline files are made from GSHHG (Debian packages gmt and gmt-gshhg-low, -high or -full):\n"
-                 "  python3 tools/gshhg_to_cst.py -r l coast_l.cst\n");
-}
-
 bool parseList(const char *s, float *v, int n) {
     std::string t(s);
     for (char &c : t)
@@ -61,6 +36,95 @@ bool parseList(const char *s, float *v, int n) {
         if (!(in >> v[i]) || !std::isfinite(v[i])) return false;
     std::string rest;
     return !(in >> rest);
+}
+
+void mapUsage(std::FILE *to) {
+    std::fprintf(to,
+                 "usage: kestrel map [options] -o NAME\n"
+                 "  -p, --proj P       projection: 0 none, 1 north (polar orthographic), 2 equatorial\n"
+                 "                     (orthographic), 3 south, 4 mollweide (default), 5 ortho (general\n"
+                 "                     orthographic), 6 oblique (oblique Mollweide); number or name\n"
+                 "  -R W/E/S/N         domain in degrees, from W eastward to E (-R 150/-60/-60/60 spans the\n"
+                 "                     date line; default: the whole globe, trimmed per projection)\n"
+                 "  -C LON/LAT         centre in degrees (default: middle of the domain)\n"
+                 "  -B STEP[/LATSTEP]  graticule and labels every STEP degrees (default: by the domain)\n"
+                 "  -A AREA            leave out islands and lakes smaller than AREA km^2 (0: all; default:\n"
+                 "                     lakes smaller than about 2 x 2 pixels at the map's scale)\n"
+                 "  --coast FILE       coastline file (.cst records; default $KESTREL_COASTLINES); its lakes\n"
+                 "                     are drawn in the lake colour\n"
+                 "  --no-lakes         lakes drawn as land\n"
+                 "  --lakes FILE       a further file of lakes, filled in the lake colour\n"
+                 "  --land COLOUR      land colour (default 209/209/209); COLOUR is R/G/B (0..255), #RRGGBB,\n"
+                 "                     grayP (P percent white) or a name: white, black, gray, lightgray,\n"
+                 "                     darkgray, lightblue, skyblue, blue, navy, beige, wheat, tan, khaki,\n"
+                 "                     lightgreen, green, darkgreen, red; none leaves it unfilled\n"
+                 "  --sea COLOUR       sea colour (default none: the white page)\n"
+                 "  --lake COLOUR      lake colour (default: the sea colour, else white)\n"
+                 "  --no-fill          coastlines only, land not filled\n"
+                 "  --no-grid          no meridians and parallels (the labels stay)\n"
+                 "  --stations FILE    table of stations: lon lat [name] per line ('#' comments), drawn as\n"
+                 "                     symbols and labelled with their names where there is room\n"
+                 "  --no-station-labels  symbols only\n"
+                 "  --symbol N         symbol type 1..8 (dots, squares, diamonds, triangles, inverted\n"
+                 "                     triangles, stars, Xs, crosses); --symbol-size S in cm (default 0.25)\n"
+                 "  --topo FILE        shade the sea floor and land heights of a topography grid (the\n"
+                 "                     headerless 5-minute grid or one with an ETOPO01 header) under the coast\n"
+                 "  --gazetteer FILE   mark and label the named features of a gazetteer file on the map\n"
+                 "  --features TYPE    only features whose type contains TYPE (sea, ocean, bay, ...)\n"
+                 "  --title TEXT       title above the map\n"
+                 "  --size WxH         picture size in pixels at 40 pixels per cm (default 1000x800)\n"
+                 "  --preamble FILE    PostScript preamble (default: the project's data/preamble/kestrel.ps)\n"
+                 "  --labels-out FILE  write the placed label boxes and the lines they avoid (pixels)\n"
+                 "  -o NAME            writes NAME.png, NAME.gif and NAME.ps (default kestrel-map)\n"
+                 "Coastline files are made from GSHHG (Debian packages gmt and gmt-gshhg-low, -high or -full):\n"
+                 "  python3 tools/gshhg_to_cst.py -r l coast_l.cst\n");
+}
+
+// A colour option: R/G/B (0..255), #RRGGBB, grayP / greyP (percent
+// white) or a name; "none" sets *none.
+bool parseColour(const char *s, float *rgb, bool *none) {
+    std::string t(s);
+    for (char &c : t) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    *none = false;
+    if (t == "none") {
+        *none = true;
+        return true;
+    }
+    static const struct {
+        const char *name;
+        int r, g, b;
+    } named[] = {{"white", 255, 255, 255},   {"black", 0, 0, 0},          {"gray", 190, 190, 190},
+                 {"grey", 190, 190, 190},    {"lightgray", 211, 211, 211}, {"lightgrey", 211, 211, 211},
+                 {"darkgray", 169, 169, 169}, {"darkgrey", 169, 169, 169}, {"lightblue", 173, 216, 230},
+                 {"skyblue", 135, 206, 235}, {"blue", 0, 0, 255},         {"navy", 0, 0, 128},
+                 {"beige", 245, 245, 220},   {"wheat", 245, 222, 179},    {"tan", 210, 180, 140},
+                 {"khaki", 240, 230, 140},   {"lightgreen", 144, 238, 144}, {"green", 0, 255, 0},
+                 {"darkgreen", 0, 100, 0},   {"red", 255, 0, 0}};
+    for (const auto &c : named)
+        if (t == c.name) {
+            rgb[0] = c.r / 255.0f, rgb[1] = c.g / 255.0f, rgb[2] = c.b / 255.0f;
+            return true;
+        }
+    char *end = nullptr;
+    if ((t.rfind("gray", 0) == 0 || t.rfind("grey", 0) == 0) && t.size() > 4) {
+        const double p = std::strtod(t.c_str() + 4, &end);
+        if (*end || !(p >= 0 && p <= 100)) return false;
+        rgb[0] = rgb[1] = rgb[2] = static_cast<float>(p / 100);
+        return true;
+    }
+    if (t.size() == 7 && t[0] == '#') {
+        const long v = std::strtol(t.c_str() + 1, &end, 16);
+        if (*end) return false;
+        rgb[0] = (v >> 16 & 255) / 255.0f, rgb[1] = (v >> 8 & 255) / 255.0f, rgb[2] = (v & 255) / 255.0f;
+        return true;
+    }
+    float v[3];
+    if (!parseList(t.c_str(), v, 3)) return false;
+    for (int k = 0; k < 3; ++k) {
+        if (!(v[k] >= 0 && v[k] <= 255)) return false;
+        rgb[k] = v[k] / 255.0f;
+    }
+    return true;
 }
 
 bool parseProj(const char *s, int *code) {
@@ -76,21 +140,41 @@ bool parseProj(const char *s, int *code) {
     return true;
 }
 
-bool readStations(const std::string &path, std::vector<float> *lon, std::vector<float> *lat) {
+// Stations: "lon lat [name]" per line; lines that do not start with two
+// numbers (headers, blank lines) are passed over. A position off the globe
+// is refused: false with the reason in why.
+bool readStations(const std::string &path, std::vector<float> *lon, std::vector<float> *lat,
+                  std::vector<std::string> *name, std::string *why) {
     std::string text;
-    if (!readTextFile(path, &text)) return false;
+    if (!readTextFile(path, &text)) {
+        *why = "cannot read station table '" + path + "'";
+        return false;
+    }
     std::istringstream in(text);
     std::string line;
+    int number = 0;
     while (std::getline(in, line)) {
+        ++number;
         const size_t hash = line.find('#');
         if (hash != std::string::npos) line.resize(hash);
         for (char &c : line)
-            if (c == ',' || c == ';' || c == '\t') c = ' ';
+            if (c == ',' || c == ';' || c == '\t' || c == '\r') c = ' ';
         std::istringstream fields(line);
         float x, y;
         if (!(fields >> x >> y) || !std::isfinite(x) || !std::isfinite(y)) continue;  // headers, blank lines
+        if (!(x >= -360 && x <= 360 && y >= -90 && y <= 90)) {
+            char text2[160];
+            std::snprintf(text2, sizeof text2, "line %d: %g/%g lies off the globe (lon -360..360, lat -90..90)",
+                          number, static_cast<double>(x), static_cast<double>(y));
+            *why = "station table '" + path + "' " + text2;
+            return false;
+        }
+        std::string rest;
+        std::getline(fields, rest);
+        const size_t s0 = rest.find_first_not_of(' '), s1 = rest.find_last_not_of(' ');
         lon->push_back(x);
         lat->push_back(y);
+        name->push_back(s0 == std::string::npos ? std::string() : rest.substr(s0, s1 - s0 + 1).substr(0, 60));
     }
     return true;
 }
@@ -122,6 +206,7 @@ int parseMapOptions(int argc, char **argv, MapOptions *out) {
 #ifdef KESTREL_SOURCE_DIR
     o.preamble = std::string(KESTREL_SOURCE_DIR) + "/data/preamble/kestrel.ps";
 #endif
+    bool haveLake = false;
     for (int i = 0; i < argc; ++i) {
         const std::string a = argv[i];
         auto value = [&](const char **v) {
@@ -149,6 +234,17 @@ int parseMapOptions(int argc, char **argv, MapOptions *out) {
                 std::fprintf(stderr, "kestrel map: -R wants W/E/S/N in degrees, not '%s'\n", v);
                 return 2;
             }
+            // W/E read eastward: a west bound east of the east bound spans the
+            // date line (150/-60 is 150 E to 60 W, 150..300).
+            if (d[1] < d[0]) d[1] += 360.0f;
+            if (!(d[0] >= -360 && d[0] <= 360 && d[1] - d[0] <= 360 && d[2] >= -90 && d[3] <= 90 &&
+                  d[2] < d[3] && d[0] < d[1])) {
+                std::fprintf(stderr,
+                             "kestrel map: -R %s is off the globe (W and E within -360..360 and at most 360 apart, "
+                             "-90 <= S < N <= 90)\n",
+                             v);
+                return 2;
+            }
             o.lonMin = d[0], o.lonMax = d[1], o.latMin = d[2], o.latMax = d[3];
             o.haveDomain = true;
         } else if (a == "-C") {
@@ -158,8 +254,55 @@ int parseMapOptions(int argc, char **argv, MapOptions *out) {
                 std::fprintf(stderr, "kestrel map: -C wants LON/LAT in degrees, not '%s'\n", v);
                 return 2;
             }
+            if (!(c[0] >= -360 && c[0] <= 360 && c[1] >= -90 && c[1] <= 90)) {
+                std::fprintf(stderr, "kestrel map: -C %s is off the globe (LON within -360..360, LAT within -90..90)\n",
+                             v);
+                return 2;
+            }
             o.centreLon = c[0], o.centreLat = c[1];
             o.haveCentre = true;
+        } else if (a == "-B") {
+            if (!value(&v)) return 2;
+            float b[2];
+            if (parseList(v, b, 1)) b[1] = b[0];
+            else if (!parseList(v, b, 2)) b[0] = -1;
+            if (!(b[0] > 0 && b[0] <= 180 && b[1] > 0 && b[1] <= 90)) {
+                std::fprintf(stderr, "kestrel map: -B wants STEP or LONSTEP/LATSTEP in degrees (0 < step <= 180), not '%s'\n", v);
+                return 2;
+            }
+            o.lonStep = b[0], o.latStep = b[1];
+        } else if (a == "-A") {
+            if (!value(&v)) return 2;
+            float area;
+            if (!parseList(v, &area, 1) || !(area >= 0)) {
+                std::fprintf(stderr, "kestrel map: -A wants an area in km^2 (0 or more), not '%s'\n", v);
+                return 2;
+            }
+            o.minAreaKm2 = area;
+        } else if (a == "--land" || a == "--sea" || a == "--lake") {
+            if (!value(&v)) return 2;
+            float rgb[3];
+            bool none = false;
+            if (!parseColour(v, rgb, &none)) {
+                std::fprintf(stderr, "kestrel map: %s wants R/G/B (0..255), #RRGGBB, grayP, a colour name or none, not '%s'\n",
+                             a.c_str(), v);
+                return 2;
+            }
+            float *to = a == "--land" ? o.land : a == "--sea" ? o.sea : o.lake;
+            if (!none) std::copy(rgb, rgb + 3, to);
+            if (a == "--land") o.landFilled = !none;
+            if (a == "--sea") {
+                o.seaFilled = !none;
+                if (!haveLake && !none) std::copy(rgb, rgb + 3, o.lake);
+            }
+            if (a == "--lake") haveLake = true;
+        } else if (a == "--no-lakes") {
+            o.lakesShown = false;
+        } else if (a == "--no-station-labels") {
+            o.stationLabels = false;
+        } else if (a == "--labels-out") {
+            if (!value(&v)) return 2;
+            o.labelsOut = v;
         } else if (a == "--coast") {
             if (!value(&v)) return 2;
             o.coast = v;
@@ -229,19 +372,70 @@ int mapCommand(int argc, char **argv) {
     return drawMap(o, hooks);
 }
 
+namespace {
+
+// A palette index of exactly this colour: an entry that holds it, else one
+// added after the palette's last entry (the built-in palette leaves room).
+int32_t exactColour(KDC dc, const float *rgb) {
+    uint8_t c[3];
+    for (int k = 0; k < 3; ++k) c[k] = static_cast<uint8_t>(std::lround(std::clamp(rgb[k], 0.0f, 1.0f) * 255));
+    const int32_t n = mCGS.paletteSize;
+    for (int32_t i = 0; i < n && i < 256; ++i)
+        if (Vcolor[i][0] == c[0] && Vcolor[i][1] == c[1] && Vcolor[i][2] == c[2]) return i;
+    if (n < 0 || n >= 256) return FindClosestColor(rgb[0], rgb[1], rgb[2]);
+    std::memcpy(Vcolor[n], c, 3);
+    mCGS.paletteSize = n + 1;
+    CreateMYPalette(dc);
+    return n;
+}
+
+// The box [px] of a string DrawString would write at (x, y) with lorg.
+MapLabelBox textBox(KDC dc, const std::string &text, float x, float y, int32_t lorg, float size) {
+    const int32_t before = mCGS.lorg;
+    SetLorgVal(dc, lorg);
+    ScanString(dc, text.c_str(), x, y, 0, size, 0);
+    SetLorgVal(dc, before);
+    MapLabelBox b{1e9, 1e9, -1e9, -1e9, text};
+    for (int k = 0; k < 4; ++k) {
+        b.x0 = std::min(b.x0, dli.boxX[k]), b.x1 = std::max(b.x1, dli.boxX[k]);
+        b.y0 = std::min(b.y0, dli.boxY[k]), b.y1 = std::max(b.y1, dli.boxY[k]);
+    }
+    return b;
+}
+
+void releaseCanvas(KDC dc) {
+    DeleteMYPalette();
+    KCanvasDestroy(dc);
+    hdcMem = nullptr;
+}
+
+}  // namespace
+
 int drawMap(MapOptions o, const MapHooks &hooks) {
     if (!o.haveCentre) {
         o.centreLon = (o.lonMin + o.lonMax) * 0.5f;
         o.centreLat = static_cast<float>(DfltPoleLat(o.proj, o.latMin, o.latMax, (o.latMin + o.latMax) * 0.5f));
     }
+    CoastFile coast, lakes;
+    std::string why;
     if (!o.coast.empty() && !fileExists(o.coast)) {
         coastHint(("coastline file '" + o.coast + "' not found").c_str());
         return 1;
     }
+    if (!o.coast.empty() && !readCoastFile(o.coast, &coast, &why)) {
+        std::fprintf(stderr, "kestrel map: '%s' %s\n", o.coast.c_str(), why.c_str());
+        return 1;
+    }
+    if (!o.lakes.empty() && !readCoastFile(o.lakes, &lakes, &why)) {
+        std::fprintf(stderr, "kestrel map: lakes '%s' %s\n", o.lakes.c_str(), why.c_str());
+        return 1;
+    }
     if (o.coast.empty()) coastHint("no coastline file given: drawing the map without coastlines");
     std::vector<float> stLon = o.stationLon, stLat = o.stationLat;
-    if (!o.stations.empty() && !readStations(o.stations, &stLon, &stLat)) {
-        std::fprintf(stderr, "kestrel map: cannot read station table '%s'\n", o.stations.c_str());
+    std::vector<std::string> stName = o.stationName;
+    stName.resize(stLon.size());
+    if (!o.stations.empty() && !readStations(o.stations, &stLon, &stLat, &stName, &why)) {
+        std::fprintf(stderr, "kestrel map: %s\n", why.c_str());
         return 1;
     }
 
@@ -257,6 +451,8 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     page.height = o.height;
     page.pixPerLength = ppl;
     kestrel::startPage(dc, page);
+    const int32_t landColour = exactColour(dc, o.land), seaColour = exactColour(dc, o.sea),
+                  lakeColour = exactColour(dc, o.lake);
 
     // The map area: margins for the labels and the title.
     const float areaX = 2.0f, areaY = 1.8f;
@@ -270,8 +466,7 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
                     latMax, cLon, cLat, szProjLabel[proj < 0 || proj > 6 ? 0 : proj]);
     if (!(w > 0 && h > 0)) {
         std::fprintf(stderr, "kestrel map: the domain %g/%g/%g/%g is empty\n", lonMin, lonMax, latMin, latMax);
-        KCanvasDestroy(dc);
-        hdcMem = nullptr;
+        releaseCanvas(dc);
         return 1;
     }
 
@@ -291,45 +486,58 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     const float fontSize = 10.0f;
     mCGS.fontSize = fontSize;
 
-    // Land and coastlines inside the map's clip; the PostScript clip ends
-    // with the grestore before the frame, whose labels stand outside.
+    // Polygons smaller than about 2 x 2 pixels at the map's scale are specks.
+    const double kmPerPixel = (proj < 1 || proj > 6 ? 111.195 : 6371.0) / std::fabs(VY.pixPerUser);
+    CoastDrawing cd;
+    cd.land = o.fillLand && o.landFilled ? landColour : -1;
+    cd.water = o.lakesShown ? lakeColour : cd.land;
+    cd.minAreaKm2 = o.minAreaKm2 >= 0 ? o.minAreaKm2 : 0;
+    cd.minLakeAreaKm2 = o.minAreaKm2 >= 0 ? o.minAreaKm2 : 4 * kmPerPixel * kmPerPixel;
+
+    // Sea, land and coastlines inside the map's clip; the PostScript clip
+    // ends with the grestore before the frame, whose labels stand outside.
     if (ps) psText(ps, "gsave\n");
     ClipMapWindow(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, 0);
-    const int land = FindClosestColor(0.82f, 0.82f, 0.82f), white = 1, black = 0, red = 2;
+    const int black = 0, red = 2;
     const MapGeometry geo{lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, cLon, cLat};
+    if (o.seaFilled) {
+        float x[361], y[361];
+        const int32_t n = ConstructMapClipPath(x, y, 361, proj, lonMin, lonMax, latMin, latMax);
+        SetColor(seaColour);
+        PSSetColor(ps, seaColour);
+        KPALETTE previous = ActivateMyPalette(dc);
+        kestrel::plat::GdiObj brush = kestrel::plat::selectObject(dc, kestrel::plat::createSolidBrush(mCGS.color));
+        kestrel::plat::GdiObj pen = kestrel::plat::selectObject(dc, kestrel::plat::createPen(kestrel::plat::PenSolid, 1, mCGS.color));
+        DrawPoly(dc, ps, x, y, n, 0, 2);
+        kestrel::plat::deleteObject(kestrel::plat::selectObject(dc, brush));
+        kestrel::plat::deleteObject(kestrel::plat::selectObject(dc, pen));
+        RestorePalette(dc, previous, "kestrel map");
+    }
     if (!o.topo.empty() && !drawTopography(dc, ps, o.topo, geo)) {
         std::fprintf(stderr, "kestrel map: cannot read the topography grid '%s'\n", o.topo.c_str());
         if (ps) kestrel::plat::fileClose(ps);
-        KCanvasDestroy(dc);
-        hdcMem = nullptr;
+        releaseCanvas(dc);
         return 1;
     }
     if (hooks.underlay) hooks.underlay(dc, ps, geo);
     if (!o.coast.empty()) {
-        if (o.fillLand && o.topo.empty()) {
-            SetColor(land);
-            PSSetColor(ps, land);
-            DrawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,
-                      yOff, 1, 0);
-            if (!o.lakes.empty()) {
-                SetColor(white);
-                PSSetColor(ps, white);
-                DrawWorld(dc, ps, o.lakes.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax,
-                          h, yOff, 1, 0);
-            }
+        if (cd.land >= 0 && o.topo.empty()) drawCoastFill(dc, ps, coast, geo, cd);
+        if (!o.lakes.empty() && o.topo.empty()) {
+            CoastDrawing ld = cd;
+            ld.land = ld.water = lakeColour;
+            drawCoastFill(dc, ps, lakes, geo, ld);
         }
-        SetColor(black);
-        PSSetColor(ps, black);
         if (ps) psText(ps, "thin_line\n");
-        DrawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff,
-                  0, 1);
-        if (!o.lakes.empty())
-            DrawWorld(dc, ps, o.lakes.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,
-                      yOff, 0, 1);
+        drawCoastOutline(dc, ps, coast, geo, cd, black);
+        if (!o.lakes.empty()) drawCoastOutline(dc, ps, lakes, geo, cd, black);
     }
+    MapLabelLayout layout;
+    layout.width = o.width;
+    layout.height = o.height;
+    std::vector<float> sx, sy;
+    std::vector<std::string> sName;
     if (!stLon.empty()) {
         // Stations on the map's visible side only, at their projected places.
-        std::vector<float> x, y;
         for (size_t i = 0; i < stLon.size(); ++i) {
             float lon = stLon[i], lat = stLat[i];
             if (lon < lonMin) lon += 360.0f;
@@ -337,13 +545,20 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
             if (!IsInsideMapDomain(lon, lat)) continue;
             Project(&lon, &lat);
             if (!IsProjMapCoord(lon, lat)) continue;
-            x.push_back(lon);
-            y.push_back(lat);
+            sx.push_back(lon);
+            sy.push_back(lat);
+            sName.push_back(stName[i]);
         }
         SetColor(red);
         PSSetColor(ps, red);
-        DrawSymbols(dc, ps, x.data(), y.data(), static_cast<int32_t>(x.size()), o.symbol, o.symbolSize);
-        std::printf("kestrel map: %zu of %zu stations on the map\n", x.size(), stLon.size());
+        DrawSymbols(dc, ps, sx.data(), sy.data(), static_cast<int32_t>(sx.size()), o.symbol, o.symbolSize);
+        std::printf("kestrel map: %zu of %zu stations on the map\n", sx.size(), stLon.size());
+        const double r = 0.5 * o.symbolSize * ppl + 1;
+        for (size_t i = 0; i < sx.size(); ++i) {
+            const double px = (sx[i] - VX.umin) * VX.pixPerUser + VX.lowPix,
+                         py = (sy[i] - VY.umin) * VY.pixPerUser + VY.lowPix;
+            layout.avoid.push_back(MapLabelBox{px - r, py - r, px + r, py + r, "station"});
+        }
     }
     if (!o.gazetteer.empty() && !drawGazetteer(dc, ps, o, geo)) {
         std::fprintf(stderr, "kestrel map: cannot read the gazetteer '%s'\n", o.gazetteer.c_str());
@@ -352,17 +567,13 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     if (ps) psText(ps, "grestore\n");
     ClipVWP(dc, 0);
 
-    DrawMapFrame(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, fontSize, black,
-                 o.grid ? 1 : 0);
-    // The unprojected map's frame object is the host's to close.
-    if (ps && (proj < 1 || proj > 6)) psText(ps, "grestore\n%%PS-OBJECT: MapFrame end\n");
-
     if (!o.title.empty()) {
         SetColor(black);
         PSSetColor(ps, black);
-        SetLorgVal(dc, 2);
         const float tx = (xMin + xMax) * 0.5f, ty = yMax + (yMax - yMin) * 0.04f;
         ClipVWP(dc, 0);
+        layout.avoid.push_back(textBox(dc, o.title, tx, ty, 2, fontSize * 1.4f));
+        SetLorgVal(dc, 2);
         DrawString(dc, o.title.c_str(), tx, ty, 0, fontSize * 1.4f);
         if (ps) {
             std::vector<char> t(o.title.size() * 2 + 8);
@@ -378,10 +589,49 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
         }
     }
 
+    MapFrameStyle style;
+    style.lonStep = o.lonStep;
+    style.latStep = o.latStep;
+    style.grid = o.grid;
+    style.fontSize = fontSize;
+    style.colour = black;
+    drawLabelledMapFrame(dc, ps, geo, style, &layout);
+
+    if (o.stationLabels && !sx.empty()) {
+        // Names beside their symbols where there is room, never over a
+        // graticule line, a frame label or another name.
+        SetColor(black);
+        PSSetColor(ps, black);
+        const float size = 8.0f;
+        const double gap = 0.5 * o.symbolSize * ppl + 2;
+        int named = 0, wanted = 0;
+        // Each name is tried against every label and line placed before it:
+        // beyond a thousand names that costs more than the map is worth.
+        const int maxNames = 1000;
+        for (size_t i = 0; i < sx.size(); ++i) {
+            if (sName[i].empty()) continue;
+            if (++wanted > maxNames) continue;
+            const double px = (sx[i] - VX.umin) * VX.pixPerUser + VX.lowPix,
+                         py = (sy[i] - VY.umin) * VY.pixPerUser + VY.lowPix;
+            std::vector<MapLabelPlace> places;
+            for (const auto &d : {std::pair<double, double>{1, 0}, {-1, 0}, {0, -1}, {0, 1}, {1, -1}, {-1, -1},
+                                  {1, 1}, {-1, 1}})
+                places.push_back(MapLabelPlace{px, py, d.first, d.second, gap});
+            std::vector<char> t(sName[i].size() * 2 + 8);
+            std::snprintf(t.data(), t.size(), "%s", sName[i].c_str());
+            MkePSString(t.data(), static_cast<int32_t>(t.size()));
+            if (placeMapLabel(dc, ps, sName[i], kestrel::psStringLiteral(t.data(), 200), places, size, &layout))
+                ++named;
+        }
+        if (wanted) std::printf("kestrel map: %d of %d station names placed\n", named, wanted);
+    }
+    if (!o.labelsOut.empty() && !writeLabelReport(o.labelsOut, layout)) {
+        std::fprintf(stderr, "kestrel map: cannot write '%s'\n", o.labelsOut.c_str());
+        status = 1;
+    }
+
     if (hooks.overlay) hooks.overlay(dc, ps, geo);
     if (!writePicture(dc, ps, "EndPlot\nshowpage\n", o.out, o.width, o.height, ppl)) status = 1;
-    DeleteMYPalette();
-    KCanvasDestroy(dc);
-    hdcMem = nullptr;
+    releaseCanvas(dc);
     return status;
 }

@@ -10,8 +10,15 @@ modulo 360), so they chain back into whole rings without any tolerance.
 
 Output: Kestrel's coastline record format, little-endian, no header:
     int32 n, int32 m, then n float32 (lon, lat) pairs [deg].
-  * Closed records (first point == last point, bit-exact) are land (or, with
-    --lakes, lake water), counter-clockwise. Their first m points are real
+  * Closed records (first point == last point, bit-exact) are polygons with
+    land on their left: land (GSHHG level 1) and islands in lakes (level 3)
+    run counter-clockwise, lakes (level 2) and ponds on such islands
+    (level 4) clockwise, so that a reader tells water from land by the sign
+    of the area. Records follow one another by level, so that filling them
+    in file order puts each lake over its land and each island over its
+    lake; a reader that fills every closed record with one colour (ignoring
+    the orientation) gets the land without its lakes, as before lakes were
+    written. Their first m points are real
     shoreline and are stroked; the rest runs along artificial cut edges
     (the seam meridian, the pole, bisection lines) that are filled only.
     Artificial edges are densified to steps of at most 1 deg, so that they
@@ -28,7 +35,7 @@ Output: Kestrel's coastline record format, little-endian, no header:
     cut at the seam.
 
 Usage:
-    python3 tools/gshhg_to_cst.py [-r c|l|i|h|f] [--lakes] [--seam S] OUTPUT
+    python3 tools/gshhg_to_cst.py [-r c|l|i|h|f] [--no-lakes | --lakes] [--seam S] OUTPUT
     python3 tools/gshhg_to_cst.py --input DUMP.txt OUTPUT
 
 Needs Python 3 with numpy (Debian python3-numpy) and, unless --input is
@@ -50,8 +57,14 @@ DENSIFY_STEP = 1.0  # deg, the longest artificial edge
 # ---- reading GMT's dump ------------------------------------------------------
 
 def read_pieces(text):
-    """The pieces of a `gmt coast -M` dump: a list of (n, 2) float arrays."""
-    headers = [m.span() for m in re.finditer(rb"^>[^\n]*\n?", text, re.M)]
+    """The pieces of a `gmt coast -M` dump: a list of (n, 2) float arrays,
+    and the GSHHG level of each ("Level N" in its header, else 1)."""
+    found = list(re.finditer(rb"^>[^\n]*\n?", text, re.M))
+    headers = [m.span() for m in found]
+    levels = []
+    for m in found:
+        lv = re.search(rb"Level\s+(\d+)", m.group(0))
+        levels.append(int(lv.group(1)) if lv else 1)
     bodies = []
     counts = []
     for k, (s, e) in enumerate(headers):
@@ -65,30 +78,36 @@ def read_pieces(text):
     for c in counts:
         pieces.append(values[2 * pos:2 * (pos + c)].reshape(c, 2))
         pos += c
-    return pieces
+    return pieces, levels
 
 
-def chain(pieces):
+def chain(pieces, levels=None):
     """Chains bin pieces into rings (arrays whose last point repeats the
-    first, longitudes unwrapped so that consecutive points never jump)."""
-    def key(p):
-        return (round(float(p[0]) % 360.0, 9), round(float(p[1]), 9))
+    first, longitudes unwrapped so that consecutive points never jump); a
+    ring joins pieces of one level only. Returns the rings and their levels."""
+    if levels is None:
+        levels = [1] * len(pieces)
+
+    def key(p, level):
+        return (level, round(float(p[0]) % 360.0, 9), round(float(p[1]), 9))
 
     starts = {}
     for i, p in enumerate(pieces):
         if len(p) >= 2:
-            starts.setdefault(key(p[0]), []).append(i)
+            starts.setdefault(key(p[0], levels[i]), []).append(i)
     used = np.zeros(len(pieces), dtype=bool)
     rings = []
+    ring_levels = []
     for i, p in enumerate(pieces):
         if used[i] or len(p) < 2:
             continue
         used[i] = True
         parts = [p]
-        first = key(p[0])
+        level = levels[i]
+        first = key(p[0], level)
         end = p[-1]
-        while key(end) != first:
-            cands = [j for j in starts.get(key(end), []) if not used[j]]
+        while key(end, level) != first:
+            cands = [j for j in starts.get(key(end, level), []) if not used[j]]
             if not cands:
                 break  # an open chain: cannot be filled, dropped
             j = cands[0]
@@ -98,11 +117,12 @@ def chain(pieces):
             q = q + np.array([shift, 0.0])
             parts.append(q[1:])
             end = q[-1]
-        if key(end) != first:
+        if key(end, level) != first:
             continue
         ring = np.concatenate(parts)
         rings.append(ring)
-    return rings
+        ring_levels.append(level)
+    return rings, ring_levels
 
 
 # ---- rings with edge flags -----------------------------------------------------
@@ -225,19 +245,20 @@ def bisect(xy, real):
     return [clip_half(xy, real, axis, value, True), clip_half(xy, real, axis, value, False)]
 
 
-def to_records(xy, real, out):
+def to_records(xy, real, out, water=False):
     """Appends the records of one finished ring to out (list of
-    (points (n, 2) float32, m))."""
+    (points (n, 2) float32, m)); water rings run clockwise, land rings
+    counter-clockwise (land on the left either way)."""
     xy, real = clean(xy, real)
     if len(xy) < 3 or area(xy) == 0.0:
         return
-    if area(xy) < 0:  # counter-clockwise: land on the left
+    if (area(xy) < 0) != water:
         xy = xy[::-1].copy()
         real = np.roll(real[::-1], -1)
     xy, real = densify(xy, real)
     if len(xy) + 1 > MAX_POINTS:
         for pxy, preal in bisect(xy, real):
-            to_records(pxy, preal, out)
+            to_records(pxy, preal, out, water)
         return
     xy32 = xy.astype(np.float32)
     k = len(xy32)
@@ -270,9 +291,15 @@ def to_records(xy, real, out):
         out.append((xy32[idx], length + 1))
 
 
-def convert(rings, seam):
+def convert(rings, seam, levels=None):
+    """The records of all rings, level by level (land, lakes, islands in
+    lakes, ponds), each level in the order of its rings."""
+    if levels is None:
+        levels = [1] * len(rings)
     out = []
-    for ring in rings:
+    order = sorted(range(len(rings)), key=lambda i: levels[i])
+    for i in order:
+        ring, water = rings[i], levels[i] % 2 == 0
         xy = ring[:-1] if np.all(ring[0] == ring[-1]) else ring
         turn = ring[-1, 0] - ring[0, 0]
         real = np.ones(len(xy), dtype=bool)
@@ -295,7 +322,7 @@ def convert(rings, seam):
             if len(pxy) < 3:
                 continue
             pxy = pxy - np.array([360.0 * k, 0.0])
-            to_records(pxy, preal, out)
+            to_records(pxy, preal, out, water)
     return out
 
 
@@ -307,7 +334,9 @@ def write_records(path, records):
 
 
 def gmt_dump(resolution, lakes):
-    levels = "-A0/2/2+l" if lakes else "-A0/1/1"
+    # Every level (land, lakes and river-lakes, islands in lakes, ponds), as
+    # GMT draws them by default; "only" gives the lakes alone, "none" the land.
+    levels = {"only": "-A0/2/2", "none": "-A0/1/1"}.get(lakes, "-A0/1/4")
     cmd = ["gmt", "coast", "-Rg", "-D" + resolution, levels, "-W", "-M"]
     try:
         return subprocess.run(cmd, check=True, stdout=subprocess.PIPE).stdout
@@ -324,15 +353,19 @@ def main(argv=None):
     ap.add_argument("output")
     ap.add_argument("-r", "--resolution", default="l", choices=list("clihf"),
                     help="GSHHG resolution: crude, low, intermediate, high, full (default l)")
-    ap.add_argument("--lakes", action="store_true", help="lakes (level 2, no river-lakes) instead of land")
+    kind = ap.add_mutually_exclusive_group()
+    kind.add_argument("--lakes", action="store_true",
+                      help="lakes (level 2) alone instead of land with its lakes")
+    kind.add_argument("--no-lakes", action="store_true", help="land (level 1) alone, without lakes")
     ap.add_argument("--seam", type=float, default=0.0,
                     help="western edge of the longitude range SEAM..SEAM+360 (default 0; -180 for -180..180)")
     ap.add_argument("--input", help="a saved `gmt coast -Rg -W -M` dump instead of running gmt")
     args = ap.parse_args(argv)
-    text = open(args.input, "rb").read() if args.input else gmt_dump(args.resolution, args.lakes)
-    pieces = read_pieces(text)
-    rings = chain(pieces)
-    records = convert(rings, args.seam)
+    lakes = "only" if args.lakes else "none" if args.no_lakes else "all"
+    text = open(args.input, "rb").read() if args.input else gmt_dump(args.resolution, lakes)
+    pieces, levels = read_pieces(text)
+    rings, ring_levels = chain(pieces, levels)
+    records = convert(rings, args.seam, ring_levels)
     write_records(args.output, records)
     closed = sum(1 for p, m in records if np.all(p[0] == p[-1]))
     points = sum(len(p) for p, m in records)

@@ -8,9 +8,11 @@ file is read back independently:
     bit-equal to the last), open records have m == n, coordinates in range;
   * every edge of the undrawn tail of a closed record lies along a cut (a
     constant longitude or latitude);
-  * land area: the closed records' area on the sphere (exact for edges
-    straight in longitude and latitude) against the area of GMT's own land
-    mask (`gmt grdlandmask`, 5 arc-minute pixels) within 0.1 %;
+  * land area: the closed records' signed area on the sphere (exact for
+    edges straight in longitude and latitude; lakes run clockwise and count
+    negative, islands in lakes positive) against the area of GMT's own land
+    mask with its lakes, islands and ponds (`gmt grdlandmask -A0/1/4`, 5
+    arc-minute pixels) within 0.1 %;
   * the polygons rasterised (even-odd at pixel centres) differ from GMT's mask
     in at most 0.1 % of its land pixels.
 
@@ -106,7 +108,7 @@ def rasterise(rings, nx, ny, lon0):
 def gmt_mask(res, lon0, tmp):
     grd = os.path.join(tmp, "mask_%s.nc" % res)
     subprocess.run(["gmt", "grdlandmask", "-R%g/%g/-90/90" % (lon0, lon0 + 360), "-I%dm" % INC_MIN, "-r",
-                    "-D" + res, "-A0/1/1", "-N0/1", "-G" + grd], check=True)
+                    "-D" + res, "-A0/1/4", "-N0/1/0/1/0", "-G" + grd], check=True)
     raw = subprocess.run(["gmt", "grd2xyz", grd, "-ZTLf"], check=True, stdout=subprocess.PIPE).stdout
     nx, ny = 360 * 60 // INC_MIN, 180 * 60 // INC_MIN
     return np.frombuffer(raw, dtype="<f4").reshape(ny, nx) > 0.5
