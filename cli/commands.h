@@ -8,10 +8,12 @@
 #include <string>
 #include <vector>
 
+#include "cli/output.h"
 #include "kestrel/kestrel.h"
 
 struct MapOptions {
     int proj = 4;
+    OutputOptions output;             // the files written (--formats, --no-antialias, --dpi)
     float lonMin = -180, lonMax = 180, latMin = -90, latMax = 90;
     bool haveDomain = false;
     float centreLon = 0, centreLat = 0;

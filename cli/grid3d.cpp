@@ -46,6 +46,7 @@ int grid3dMain(int argc, char **argv, const std::string &preamble) {
     std::string data, xc, yc, zc, vc, out, cruise, date, coast;
     int nx = 40, ny = 40, nz = 20;
     float percent = 5.0f, maxError = 4.0f, slice = 0;
+    OutputOptions output;
     bool haveSlice = false, quiet = false;
     if (const char *env = std::getenv("KESTREL_COASTLINES")) coast = env;
     for (int i = 0; i < argc; ++i) {
@@ -90,6 +91,8 @@ int grid3dMain(int argc, char **argv, const std::string &preamble) {
         } else if (a == "--slice") {
             if (!number(-12000, 12000, &slice)) return 2;
             haveSlice = true;
+        } else if (const int written = parseOutputOption(argc, argv, &i, &output)) {
+            if (written < 0) return 2;
         } else if (!a.empty() && a[0] != '-' && data.empty()) data = a;
         else {
             std::fprintf(stderr, "kestrel: unknown option '%s' (try kestrel grid3d --help)\n", a.c_str());
@@ -225,6 +228,7 @@ int grid3dMain(int argc, char **argv, const std::string &preamble) {
     o.haveDomain = true;
     o.coast = coast;
     o.preamble = preamble;
+    o.output = output;
     char depthText[32];
     std::snprintf(depthText, sizeof depthText, "%g", static_cast<double>(slice));
     o.title = unitless(table.names[static_cast<size_t>(cols[3])]) + " at " + depthText + " m";

@@ -76,8 +76,10 @@ void mapUsage(std::FILE *to) {
                  "  --preamble FILE    PostScript preamble (default: the project's data/preamble/kestrel.ps)\n"
                  "  --labels-out FILE  write the placed label boxes and the lines they avoid (pixels)\n"
                  "  -o NAME            writes NAME.png, NAME.gif and NAME.ps (default kestrel-map)\n"
+                 "%s"
                  "Coastline files are made from GSHHG (Debian packages gmt and gmt-gshhg-low, -high or -full):\n"
-                 "  python3 tools/gshhg_to_cst.py -r l coast_l.cst\n");
+                 "  python3 tools/gshhg_to_cst.py -r l coast_l.cst\n",
+                 kOutputUsage);
 }
 
 // A colour option: R/G/B (0..255), #RRGGBB, grayP / greyP (percent
@@ -355,6 +357,8 @@ int parseMapOptions(int argc, char **argv, MapOptions *out) {
         } else if (a == "-o") {
             if (!value(&v)) return 2;
             o.out = v;
+        } else if (const int out = parseOutputOption(argc, argv, &i, &o.output)) {
+            if (out < 0) return 2;
         } else {
             std::fprintf(stderr, "kestrel map: unknown option '%s' (try kestrel map --help)\n", a.c_str());
             return 2;
@@ -403,9 +407,9 @@ MapLabelBox textBox(KDC dc, const std::string &text, float x, float y, int32_t l
     return b;
 }
 
-void releaseCanvas(KDC dc) {
+void releaseCanvas(Picture *picture) {
     DeleteMYPalette();
-    KCanvasDestroy(dc);
+    destroyPicture(picture);
     hdcMem = nullptr;
 }
 
@@ -441,16 +445,15 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
 
     // The page: 40 pixels per centimetre.
     const float ppl = 40.0f;
-    KDC dc = KCanvasCreate(o.width, o.height);
-    if (!dc) {
-        std::fprintf(stderr, "kestrel: cannot create a %d x %d canvas\n", o.width, o.height);
-        return 1;
-    }
+    Picture picture;
+    if (!createPicture(o.width, o.height, o.output, &picture)) return 1;
+    KDC dc = picture.canvas;
     kestrel::PageSpec page;
     page.width = o.width;
     page.height = o.height;
     page.pixPerLength = ppl;
     kestrel::startPage(dc, page);
+    mFS.weight = 1;  // regular, not bold, as the PostScript writes it
     const int32_t landColour = exactColour(dc, o.land), seaColour = exactColour(dc, o.sea),
                   lakeColour = exactColour(dc, o.lake);
 
@@ -466,16 +469,20 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
                     latMax, cLon, cLat, szProjLabel[proj < 0 || proj > 6 ? 0 : proj]);
     if (!(w > 0 && h > 0)) {
         std::fprintf(stderr, "kestrel map: the domain %g/%g/%g/%g is empty\n", lonMin, lonMax, latMin, latMax);
-        releaseCanvas(dc);
+        releaseCanvas(&picture);
         return 1;
     }
 
     int status = 0;
     const std::string psName = o.out + ".ps", pngName = o.out + ".png", gifName = o.out + ".gif";
     KFILE ps = nullptr;
-    if (fileExists(o.preamble))
+    // The PostScript in the canvas's regular face, its thinnest lines a pixel wide.
+    if (!o.output.postscript())
+        ;
+    else if (fileExists(o.preamble))
         ps = PSOpenFile(psName.c_str(), o.preamble.c_str(),
-                        postscriptHeader("Kestrel map", o.width, o.height, ppl).c_str(), "\nBeginPlot\n", 0);
+                        postscriptHeader("Kestrel map", o.width, o.height, ppl).c_str(),
+                        "\n/textfont /Helvetica def\n/very_thin_line { 0.025 setlinewidth } def\nBeginPlot\n", 0);
     else
         std::fprintf(stderr, "kestrel map: preamble '%s' not found (--preamble): no PostScript written\n",
                      o.preamble.c_str());
@@ -516,7 +523,7 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     if (!o.topo.empty() && !drawTopography(dc, ps, o.topo, geo)) {
         std::fprintf(stderr, "kestrel map: cannot read the topography grid '%s'\n", o.topo.c_str());
         if (ps) kestrel::plat::fileClose(ps);
-        releaseCanvas(dc);
+        releaseCanvas(&picture);
         return 1;
     }
     if (hooks.underlay) hooks.underlay(dc, ps, geo);
@@ -631,7 +638,7 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     }
 
     if (hooks.overlay) hooks.overlay(dc, ps, geo);
-    if (!writePicture(dc, ps, "EndPlot\nshowpage\n", o.out, o.width, o.height, ppl)) status = 1;
-    releaseCanvas(dc);
+    if (!writePicture(picture, ps, "EndPlot\nshowpage\n", o.out, o.output, ppl)) status = 1;
+    releaseCanvas(&picture);
     return status;
 }
