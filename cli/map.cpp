@@ -3,6 +3,7 @@
 // uses them: layout, user system, clip, land, coastlines, stations, frame.
 #include "plot/page.h"
 #include "cli/commands.h"
+#include "cli/map_oblique.h"
 #include "cli/output.h"
 #include "cli/section.h"
 
@@ -233,7 +234,20 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     if (!o.haveCentre) {
         o.centreLon = (o.lonMin + o.lonMax) * 0.5f;
         o.centreLat = static_cast<float>(DfltPoleLat(o.proj, o.latMin, o.latMax, (o.latMin + o.latMax) * 0.5f));
+    } else if (!o.haveDomain && o.proj >= 1 && o.proj <= 6 && o.proj != 5) {
+        // The layout centres these maps on the middle of the domain: a centre
+        // given alone gets the whole turn of longitude around it.
+        o.lonMin = o.centreLon - 180.0f;
+        o.lonMax = o.centreLon + 180.0f;
     }
+    // The oblique Mollweide shows the whole globe, turned about its centre
+    // longitude; the command draws it itself (cli/map_oblique.h).
+    const bool oblique = o.proj == 6;
+    if (oblique && o.haveDomain)
+        std::printf("kestrel map: the oblique Mollweide shows the whole globe; -R sets its centre longitude only\n");
+    if (oblique && o.haveCentre && o.centreLat != 0.0f)
+        std::printf("kestrel map: the oblique Mollweide turns about %g/0; the centre latitude is not used\n",
+                    static_cast<double>(o.centreLon));
     if (!o.coast.empty() && !fileExists(o.coast)) {
         coastHint(("coastline file '" + o.coast + "' not found").c_str());
         return 1;
@@ -265,9 +279,16 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     float lonMin = o.lonMin, lonMax = o.lonMax, latMin = o.latMin, latMax = o.latMax;
     float cLon = o.centreLon, cLat = o.centreLat;
     if (AdjustMapLayout(&xMin, &xMax, &w, &xOff, &yMin, &yMax, &h, &yOff, &lonMin, &lonMax, &cLon, &latMin, &latMax,
-                        &cLat, o.proj, areaW, areaX, areaH, areaY))
+                        &cLat, o.proj, areaW, areaX, areaH, areaY) &&
+        !oblique)
         std::printf("kestrel map: domain adjusted to %g/%g/%g/%g, centre %g/%g (%s)\n", lonMin, lonMax, latMin,
                     latMax, cLon, cLat, szProjLabel[proj < 0 || proj > 6 ? 0 : proj]);
+    if (oblique) {
+        MapGeometry box{};
+        layOutObliqueMap(areaW, areaX, areaH, areaY, &box);
+        xMin = box.xMin, xMax = box.xMax, w = box.w, xOff = box.xOff;
+        yMin = box.yMin, yMax = box.yMax, h = box.h, yOff = box.yOff;
+    }
     if (!(w > 0 && h > 0)) {
         std::fprintf(stderr, "kestrel map: the domain %g/%g/%g/%g is empty\n", lonMin, lonMax, latMin, latMax);
         KCanvasDestroy(dc);
@@ -294,9 +315,17 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     // Land and coastlines inside the map's clip; the PostScript clip ends
     // with the grestore before the frame, whose labels stand outside.
     if (ps) psText(ps, "gsave\n");
-    ClipMapWindow(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, 0);
-    const int land = FindClosestColor(0.82f, 0.82f, 0.82f), white = 1, black = 0, red = 2;
     const MapGeometry geo{lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, cLon, cLat};
+    if (oblique) clipObliqueMap(dc, ps, geo);
+    else ClipMapWindow(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, 0);
+    const int land = FindClosestColor(0.82f, 0.82f, 0.82f), white = 1, black = 0, red = 2;
+    // Coastline files through the library, or over the whole oblique globe.
+    auto drawWorld = [&](KDC d, KFILE f, const char *path, float lo0, float lo1, float la0, float la1, float ux0,
+                         float ux1, float pw, float pl, float uy0, float uy1, float ph, float pb, int32_t fill,
+                         int32_t outline) -> int32_t {
+        if (oblique) return drawObliqueWorld(d, f, path, geo, fill != 0, outline != 0) ? 1 : 0;
+        return DrawWorld(d, f, path, lo0, lo1, la0, la1, ux0, ux1, pw, pl, uy0, uy1, ph, pb, fill, outline);
+    };
     if (!o.topo.empty() && !drawTopography(dc, ps, o.topo, geo)) {
         std::fprintf(stderr, "kestrel map: cannot read the topography grid '%s'\n", o.topo.c_str());
         if (ps) kestrel::plat::fileClose(ps);
@@ -309,22 +338,22 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
         if (o.fillLand && o.topo.empty()) {
             SetColor(land);
             PSSetColor(ps, land);
-            DrawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,
+            drawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,
                       yOff, 1, 0);
             if (!o.lakes.empty()) {
                 SetColor(white);
                 PSSetColor(ps, white);
-                DrawWorld(dc, ps, o.lakes.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax,
+                drawWorld(dc, ps, o.lakes.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax,
                           h, yOff, 1, 0);
             }
         }
         SetColor(black);
         PSSetColor(ps, black);
         if (ps) psText(ps, "thin_line\n");
-        DrawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff,
+        drawWorld(dc, ps, o.coast.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff,
                   0, 1);
         if (!o.lakes.empty())
-            DrawWorld(dc, ps, o.lakes.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,
+            drawWorld(dc, ps, o.lakes.c_str(), lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h,
                       yOff, 0, 1);
     }
     if (!stLon.empty()) {
@@ -332,6 +361,13 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
         std::vector<float> x, y;
         for (size_t i = 0; i < stLon.size(); ++i) {
             float lon = stLon[i], lat = stLat[i];
+            if (oblique) {  // every position on the globe is on this map
+                if (!(std::fabs(lat) <= 90.0f)) continue;
+                projectOblique(cLon, &lon, &lat);
+                x.push_back(lon);
+                y.push_back(lat);
+                continue;
+            }
             if (lon < lonMin) lon += 360.0f;
             if (lon > lonMax) lon -= 360.0f;
             if (!IsInsideMapDomain(lon, lat)) continue;
@@ -352,8 +388,11 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     if (ps) psText(ps, "grestore\n");
     ClipVWP(dc, 0);
 
-    DrawMapFrame(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, fontSize, black,
-                 o.grid ? 1 : 0);
+    if (oblique)
+        drawObliqueFrame(dc, ps, geo, fontSize, black, o.grid);
+    else
+        DrawMapFrame(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, fontSize, black,
+                     o.grid ? 1 : 0);
     // The unprojected map's frame object is the host's to close.
     if (ps && (proj < 1 || proj > 6)) psText(ps, "grestore\n%%PS-OBJECT: MapFrame end\n");
 
