@@ -17,10 +17,12 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <memory>
 
 #include "kestrel/kestrel.h"
 #include "maps/map_internal.h"
 #include "platform/platform.h"
+#include "plot/psstream.h"
 #include "plot/pstext.h"
 #include "plot/transform.h"
 #include "projection/oblique_mollweide.h"
@@ -65,11 +67,26 @@ void toMap(const RotatedLine &r, double turn, std::vector<float> *x, std::vector
     }
 }
 
+// A path as DrawPoly writes it ("np", the first point with M, the steps
+// with R), into a buffered stream: a coastline file is thousands of paths.
+void putPath(kestrel::PsStream &out, const float *x, const float *y, int32_t n) {
+    out.put("\nnp\n").putG(x[0]).ch(' ').putG(y[0]).put(" M\n");
+    for (int32_t i = 1; i < n; ++i) {
+        const float dx = x[i] - x[i - 1], dy = y[i] - y[i - 1];
+        if (dx != 0.0f || dy != 0.0f) out.putG(dx).ch(' ').putG(dy).put(" R\n");
+    }
+}
+
+std::unique_ptr<kestrel::PsStream> psStream(KFILE ps) {
+    return std::unique_ptr<kestrel::PsStream>(ps ? new kestrel::PsStream(ps) : nullptr);
+}
+
 // DrawPoly on the screen and, in the 0..5000 system of the map's PostScript
-// objects, in the file; mode as DrawPoly's (2 fill, 1 stroke, 0 path only).
-// With psStroke the file gets the path only, followed by psStroke.
-void drawPath(KDC dc, KFILE ps, const MapUserSys &u, std::vector<float> x, std::vector<float> y, int32_t mode,
-              const char *psStroke = nullptr) {
+// objects, the same path in the stream; mode as DrawPoly's (2 fill, 1
+// stroke, 0 path only). With psStroke the stream gets that instead of the
+// plain stroke.
+void drawPath(KDC dc, kestrel::PsStream *ps, const MapUserSys &u, std::vector<float> x, std::vector<float> y,
+              int32_t mode, const char *psStroke = nullptr) {
     int32_t n = static_cast<int32_t>(x.size());
     if (n < 2) return;
     if (n > kMaxPolyPoints) {
@@ -96,13 +113,15 @@ void drawPath(KDC dc, KFILE ps, const MapUserSys &u, std::vector<float> x, std::
     if (dc) DrawPoly(dc, nullptr, x.data(), y.data(), n, 0, mode);
     if (ps) {
         kestrel::toMapPSUnits(u, x.data(), y.data(), n);
-        DrawPoly(nullptr, ps, x.data(), y.data(), n, 0, psStroke ? mode & ~1 : mode);
-        if (psStroke) psText(ps, psStroke);
+        putPath(*ps, x.data(), y.data(), n);
+        if (mode & 2) ps->put("Fill\n");
+        if (psStroke) ps->put(psStroke);
+        else if (mode & 1) ps->put("stroke\n");
     }
 }
 
 // The line (or polygon) in every whole turn that reaches the map.
-void drawTurns(KDC dc, KFILE ps, const MapUserSys &u, const RotatedLine &r, int32_t mode,
+void drawTurns(KDC dc, kestrel::PsStream *ps, const MapUserSys &u, const RotatedLine &r, int32_t mode,
                const char *psStroke = nullptr) {
     if (r.size() < 2) return;
     const auto range = std::minmax_element(r.lon.begin(), r.lon.end());
@@ -229,7 +248,7 @@ LabelBox labelBox(double value, bool latitude, double x, double y, int lorg, flo
 void writeClipPath(KFILE ps, const MapUserSys &u, std::vector<float> x, std::vector<float> y) {
     kestrel::writeTempUsrSys(ps, u);
     kestrel::toMapPSUnits(u, x.data(), y.data(), static_cast<int32_t>(x.size()));
-    DrawPoly(nullptr, ps, x.data(), y.data(), static_cast<int32_t>(x.size()), 0, 0);
+    putPath(*psStream(ps), x.data(), y.data(), static_cast<int32_t>(x.size()));
     kestrel::writeMapUsrSys(ps, u, "clip\n");
 }
 
@@ -249,13 +268,13 @@ void projectOblique(double centreLon, float *x, float *y) {
 }
 
 void obliqueOutline(std::vector<float> *x, std::vector<float> *y) {
-    // The seam's two sides, half a degree of rotated latitude apart: the
+    // The seam's two sides, a degree of rotated latitude apart: the
     // upper half of the ellipse from its right tip, then the lower half.
     x->clear();
     y->clear();
     for (int side = 0; side < 2; ++side) {
-        for (int i = 0; i <= 360; ++i) {
-            const double latR = side == 0 ? -90.0 + 0.5 * i : 90.0 - 0.5 * i;
+        for (int i = 0; i <= 180; ++i) {
+            const double latR = side == 0 ? -90.0 + i : 90.0 - i;
             double mx, my;
             kestrel::obliqueTurnedMollweide(side == 0 ? 180.0 : -180.0, latR, mx, my);
             x->push_back(static_cast<float>(mx));
@@ -300,6 +319,7 @@ bool drawObliqueWorld(KDC dc, KFILE ps, const std::string &path, const MapGeomet
         psText(ps, "\n%%PS-OBJECT: CDT=" + kestrel::psCommentText(path.c_str()) + " begin\n\n");
         kestrel::writeTempUsrSys(ps, u);
     }
+    auto out = psStream(ps);
     std::vector<float> pts;
     RotatedLine ring, line;
     size_t pos = 0;
@@ -324,14 +344,15 @@ bool drawObliqueWorld(KDC dc, KFILE ps, const std::string &path, const MapGeomet
                 line.lon.push_back(ring.lon.back()), line.lat.push_back(pole);
                 line.lon.push_back(ring.lon.front()), line.lat.push_back(pole);
             }
-            drawTurns(dc, ps, u, line, 2);
+            drawTurns(dc, out.get(), u, line, 2);
         }
         if (outline && m >= 2) {
             line = RotatedLine();
             for (int32_t i = 0; i < m; ++i) line.add(g.cLon, pts[2 * i], pts[2 * i + 1]);
-            drawTurns(dc, ps, u, line, 1);
+            drawTurns(dc, out.get(), u, line, 1);
         }
     }
+    out.reset();
     if (ps) {
         kestrel::writeMapUsrSys(ps, u, "");
         psText(ps, "\n%%PS-OBJECT: CDT=" + kestrel::psCommentText(path.c_str()) + " end\n");
@@ -362,17 +383,18 @@ void drawObliqueFrame(KDC dc, KFILE ps, const MapGeometry &g, float fontSize, in
         }
         {
             const ScreenPen pen(dc, lineWidthPixels(0), false);
+            auto out = psStream(ps);
             const std::string stroke = std::string("gsave ") + szPSlWidth[0] + " stroke grestore\n";
             RotatedLine line;
             for (int k = 0; k < 12; ++k) {
                 line = RotatedLine();
                 for (int i = 0; i <= 180; ++i) line.add(g.cLon, -180.0 + 30.0 * k, -90.0 + i);
-                drawTurns(dc, ps, u, line, 1, stroke.c_str());
+                drawTurns(dc, out.get(), u, line, 1, stroke.c_str());
             }
             for (int k = -2; k <= 2; ++k) {
                 line = RotatedLine();
                 for (int i = 0; i <= 360; ++i) line.add(g.cLon, static_cast<double>(i), 30.0 * k);
-                drawTurns(dc, ps, u, line, 1, stroke.c_str());
+                drawTurns(dc, out.get(), u, line, 1, stroke.c_str());
             }
         }
         if (dc) ClipVWP(dc, 0);
@@ -384,7 +406,8 @@ void drawObliqueFrame(KDC dc, KFILE ps, const MapGeometry &g, float fontSize, in
     }
     if (ps) {
         kestrel::writeTempUsrSys(ps, u);
-        drawPath(nullptr, ps, u, ox, oy, 1, (std::string("gsave ") + szPSlWidth[2] + " stroke grestore\n").c_str());
+        drawPath(nullptr, psStream(ps).get(), u, ox, oy, 1,
+                 (std::string("gsave ") + szPSlWidth[2] + " stroke grestore\n").c_str());
         kestrel::writeMapUsrSys(ps, u, "");
     }
 

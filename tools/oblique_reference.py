@@ -12,15 +12,24 @@ bottom). Drawn with matplotlib, so that Kestrel's picture of the same centre
 can be set beside it: GMT itself has no oblique Mollweide.
 
     python3 tools/oblique_reference.py --centre -110 --stations st.txt -o ref.png
+    python3 tools/oblique_reference.py --centre -110 --stations st.txt \
+        --overlay kestrel.png --ps kestrel.ps -o overlay.png
     python3 tools/oblique_reference.py --centre -110 --points st.txt > xy.txt
 
+--overlay draws PROJ's shorelines (blue) and stations (cyan rings) over
+Kestrel's picture of the same centre instead, placed by the map's user
+system that Kestrel's PostScript of the picture declares (the SetupUsrSys
+after its clip path): where Kestrel's land and symbols are right, the blue
+runs along its black coastline and the rings hold its red dots.
 --points prints the turned PROJ map coordinates of the "lon lat" lines of a
 file instead (for checking a picture's stations by hand).
-Needs proj-bin, matplotlib (python3-matplotlib) and, for the shorelines, GMT
-with gmt-gshhg-low (`gmt coast -Rg -W -M -Dl`).
+Needs proj-bin, matplotlib (python3-matplotlib) or, for --overlay, PIL
+(python3-pil), and for the shorelines GMT with gmt-gshhg-low
+(`gmt coast -Rg -W -M -Dl`).
 """
 import argparse
 import math
+import re
 import subprocess
 import sys
 
@@ -102,6 +111,37 @@ def read_points(path):
     return pts
 
 
+def map_placement(ps_path, png_size):
+    """Map coordinates -> pixels of Kestrel's picture, from its PostScript."""
+    text = open(ps_path, encoding="latin-1").read()
+    media = re.search(r"%%DocumentMedia: \S+ (\d+) (\d+)", text)
+    clip = text.find("%%PS-OBJECT: MapClipPath begin")
+    m = re.compile(r"clip\n(\S+) (\S+) (\S+) (\S+) (\S+) (\S+) (\S+) (\S+) SetupUsrSys").search(text, clip)
+    if not media or clip < 0 or not m:
+        sys.exit("%s: no page size or map clip path" % ps_path)
+    x0, x1, w, left, y0, y1, h, bottom = (float(v) for v in m.groups())
+    per_cm = png_size[0] / (float(media.group(1)) / 72.0 * 2.54)
+    height = png_size[1]
+    return lambda x, y: ((left + (x - x0) / (x1 - x0) * w) * per_cm,
+                         height - (bottom + (y - y0) / (y1 - y0) * h) * per_cm)
+
+
+def overlay(a):
+    from PIL import Image, ImageDraw
+    im = Image.open(a.overlay).convert("RGB")
+    to_px = map_placement(a.ps, im.size)
+    draw = ImageDraw.Draw(im)
+    for piece in project_lines(a.centre, shorelines(a.resolution)):
+        draw.line([to_px(*p) for p in piece], fill=(0, 90, 255), width=1)
+    if a.stations:
+        for p in oblique(a.centre, read_points(a.stations)):
+            if p is not None:
+                x, y = to_px(*p)
+                draw.ellipse((x - 7, y - 7, x + 7, y + 7), outline=(0, 200, 220))
+    im.save(a.output)
+    print("wrote", a.output)
+
+
 def main():
     ap = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     ap.add_argument("--centre", type=float, default=0.0, help="centre longitude (default 0)")
@@ -109,12 +149,19 @@ def main():
     ap.add_argument("--points", help="print the map coordinates of these lon lat lines and stop")
     ap.add_argument("-r", "--resolution", default="l", choices=list("clihf"))
     ap.add_argument("--title")
+    ap.add_argument("--overlay", help="Kestrel's PNG of the same centre, to draw PROJ's shorelines over")
+    ap.add_argument("--ps", help="Kestrel's PostScript of that picture (its map placement)")
     ap.add_argument("-o", "--output", default="oblique-proj.png")
     a = ap.parse_args()
     if a.points:
         pts = read_points(a.points)
         for p, r in zip(pts, oblique(a.centre, pts)):
             print("%r %r %s" % (p[0], p[1], "* *" if r is None else "%.6f %.6f" % r))
+        return
+    if a.overlay:
+        if not a.ps:
+            sys.exit("--overlay needs --ps")
+        overlay(a)
         return
     import matplotlib
     matplotlib.use("Agg")
