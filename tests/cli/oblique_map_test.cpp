@@ -1,6 +1,7 @@
 // kestrel map -p oblique: every station reported on the map is drawn, where
 // PROJ (+proj=ob_tran +o_proj=moll, tests/golden/projection_reference.txt)
 // puts it, on the default centre and on the one of the P18 line (-110).
+// And a centre given without a domain stays the map's centre.
 //
 // The picture's placement of the map is not assumed: the red blobs of the
 // station symbols are found, the extreme ones give a first scale and offset
@@ -186,6 +187,31 @@ TEST(CliObliqueMap, DrawsEveryStationWhereProjPutsItOnTheDefaultCentre) {
 TEST(CliObliqueMap, DrawsEveryStationWhereProjPutsItAroundTheP18Line) {
     checkStations(-110.0, {{-100, -30}, {-160, -50}, {-260, -20}, {-240, 40}, {-20, 10}, {-60, -70}, {-180, 60},
                            {40, -40}, {0, 20}});
+}
+
+}  // namespace
+
+namespace {
+
+// The layout centres these maps on the middle of the domain: a centre given
+// without -R used to move there (-110 became -55.005 on the default domain,
+// trimmed to 179.99 either side of the centre).
+TEST(CliMapCentre, ACentreGivenWithoutADomainIsKept) {
+    const std::string dir = kt::scratchDir("cli_centre_alone");
+    for (const char *p : {"north -C -30/90", "equatorial -C -110/0", "mollweide -C -110/0", "south -C 160/-90"}) {
+        const std::string cmd = "cd '" + dir + "' && '" KESTREL_CLI_PATH "' map -p " + p + " -o m >out.txt 2>err.txt";
+        const int w = std::system(cmd.c_str());
+        ASSERT_TRUE(WIFEXITED(w) && WEXITSTATUS(w) == 0) << p << ": " << kt::readFile(dir + "/err.txt");
+        const std::string out = kt::readFile(dir + "/out.txt"), arg = p;
+        // The centre reported, modulo a turn (the equatorial domain is moved
+        // into 0..360: 250 is -110).
+        float lon = 0, lat = 0;
+        const size_t at = out.find(", centre ");
+        ASSERT_NE(at, std::string::npos) << p << ": " << out;
+        ASSERT_EQ(std::sscanf(out.c_str() + at, ", centre %f/%f", &lon, &lat), 2) << out;
+        const float given = std::strtof(arg.c_str() + arg.find("-C ") + 3, nullptr);
+        EXPECT_NEAR(std::remainder(lon - given, 360.0f), 0.0f, 1e-3f) << p << ": " << out;
+    }
 }
 
 }  // namespace
