@@ -16,7 +16,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <memory>
 
 #include "kestrel/kestrel.h"
@@ -312,7 +311,20 @@ void clipObliqueMap(KDC dc, KFILE ps, const MapGeometry &g) {
 bool drawObliqueWorld(KDC dc, KFILE ps, const std::string &path, const MapGeometry &g, bool fill, bool outline) {
     std::ifstream in(path, std::ios::binary);
     if (!in) return false;
-    const std::vector<unsigned char> data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    // No more than the file's size at the start: a device or a growing file
+    // (/dev/zero holds endless empty records) must end.
+    in.seekg(0, std::ios::end);
+    const std::streamoff size = in.tellg();
+    in.seekg(0, std::ios::beg);
+    uint64_t left = size > 0 ? static_cast<uint64_t>(size) : 0;
+    std::vector<unsigned char> data;
+    auto read = [&](uint64_t bytes) {
+        if (bytes > left) return false;
+        data.resize(static_cast<size_t>(bytes));
+        if (!in.read(reinterpret_cast<char *>(data.data()), static_cast<std::streamsize>(bytes))) return false;
+        left -= bytes;
+        return true;
+    };
     const MapUserSys u = userSys(g);
     const ScreenPen pen(dc, mCGS.penWidth, true);
     if (ps) {
@@ -322,16 +334,13 @@ bool drawObliqueWorld(KDC dc, KFILE ps, const std::string &path, const MapGeomet
     auto out = psStream(ps);
     std::vector<float> pts;
     RotatedLine ring, line;
-    size_t pos = 0;
-    while (data.size() - pos >= 8) {
-        const int32_t n = readInt32(&data[pos]);
-        int32_t m = readInt32(&data[pos + 4]);
-        pos += 8;
+    while (read(8)) {
+        const int32_t n = readInt32(&data[0]);
+        int32_t m = readInt32(&data[4]);
         if (n <= 0) continue;
-        if (static_cast<uint64_t>(n) * 8 > data.size() - pos) break;  // a short record ends the file
+        if (!read(static_cast<uint64_t>(n) * 8)) break;  // a short record ends the file
         pts.resize(2 * static_cast<size_t>(n));
-        for (size_t i = 0; i < pts.size(); ++i) pts[i] = readFloat(&data[pos + 4 * i]);
-        pos += 8 * static_cast<size_t>(n);
+        for (size_t i = 0; i < pts.size(); ++i) pts[i] = readFloat(&data[4 * i]);
         m = std::max(0, std::min(m, n));
         const bool closed = n >= 3 && pts[0] == pts[2 * n - 2] && pts[1] == pts[2 * n - 1];
         ring = RotatedLine();
