@@ -259,6 +259,20 @@ void clipScreen(KDC dc, const std::vector<float> &x, const std::vector<float> &y
 
 }  // namespace
 
+void drawObliquePolygon(KDC dc, KFILE ps, double centreLon, const float *lon, const float *lat, int n) {
+    RotatedLine ring;
+    for (int i = 0; i < n; ++i) ring.add(centreLon, lon[i], lat[i]);
+    if (ring.size() < 3) return;
+    const auto range = std::minmax_element(ring.lon.begin(), ring.lon.end());
+    const int first = static_cast<int>(std::ceil((-180.0 - *range.second) / 360.0));
+    const int last = static_cast<int>(std::floor((180.0 - *range.first) / 360.0));
+    std::vector<float> x, y;
+    for (int k = first; k <= last && k - first < 3; ++k) {
+        toMap(ring, 360.0 * k, &x, &y);
+        DrawPoly(dc, ps, x.data(), y.data(), static_cast<int32_t>(x.size()), 0, 2);
+    }
+}
+
 void projectOblique(double centreLon, float *x, float *y) {
     double px = *x, py = *y;
     kestrel::obliqueWholeForward(centreLon, px, py);

@@ -25,6 +25,11 @@ void layOutObliqueMap(float areaWidth, float areaX, float areaHeight, float area
 // lon/lat [deg] in, map coordinates out, over the whole sphere.
 void projectOblique(double centreLon, float *x, float *y);
 
+// A small polygon of lon/lat points [deg] filled in the current brush, on
+// both sides of the seam where it crosses it (drawn inside the map's clip),
+// with DrawPoly in the map's user system on the screen and in PostScript.
+void drawObliquePolygon(KDC dc, KFILE ps, double centreLon, const float *lon, const float *lat, int n);
+
 // The ellipse's outline, closed, in map coordinates.
 void obliqueOutline(std::vector<float> *x, std::vector<float> *y);
 
