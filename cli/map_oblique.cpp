@@ -363,9 +363,20 @@ bool drawObliqueWorld(KDC dc, KFILE ps, const std::string &path, const MapGeomet
             line = ring;
             const double turns = std::round((ring.lon.back() - ring.lon.front()) / 360.0);
             if (turns != 0) {
+                // Along the rotated meridian of the ring's end to the pole,
+                // along the pole (a short straight line at the tip), and
+                // back down the meridian of its start: the meridians are
+                // curves on the map, so they go in steps of a degree.
                 const double pole = ringHoldsCentre(pts.data(), n, g.cLon) ? 90.0 : -90.0;
-                line.lon.push_back(ring.lon.back()), line.lat.push_back(pole);
-                line.lon.push_back(ring.lon.front()), line.lat.push_back(pole);
+                auto leg = [&](double lonR, double from, double to) {
+                    const int steps = static_cast<int>(std::ceil(std::fabs(to - from)));
+                    for (int i = 0; i <= steps; ++i) {
+                        line.lon.push_back(lonR);
+                        line.lat.push_back(from + (to - from) * i / std::max(steps, 1));
+                    }
+                };
+                leg(ring.lon.back(), ring.lat.back(), pole);
+                leg(ring.lon.front(), pole, ring.lat.front());
             }
             drawTurns(dc, out.get(), u, line, 2);
         }

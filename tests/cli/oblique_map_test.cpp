@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <map>
@@ -82,7 +84,16 @@ std::vector<Blob> redBlobs(const kt::Image &im) {
     return blobs;
 }
 
-void checkStations(double centre, const std::vector<std::pair<double, double>> &positions) {
+using Positions = std::vector<std::pair<double, double>>;
+
+// Land (grey) and sea (white) expected at PROJ's places of probe points,
+// when a coastline file is drawn.
+struct Probes {
+    std::string coast;
+    Positions land, sea;
+};
+
+void checkStations(double centre, const Positions &positions, const Probes &probes = Probes()) {
     const auto rows = projRows(centre);
     ASSERT_FALSE(rows.empty()) << "no PROJ rows for centre " << centre;
     std::vector<Station> st;
@@ -96,7 +107,10 @@ void checkStations(double centre, const std::vector<std::pair<double, double>> &
         st.push_back({written, lat, r->second.first, r->second.second});
         table << written << " " << lat << "\n";
     }
-    const std::string dir = kt::scratchDir("cli_oblique_" + std::to_string(static_cast<int>(centre)));
+    // One folder per centre and coastline file: ctest runs the tests at once.
+    const std::string coastName = probes.coast.substr(probes.coast.find_last_of('/') + 1);
+    const std::string dir = kt::scratchDir("cli_oblique_" + std::to_string(static_cast<int>(centre)) +
+                                           (probes.coast.empty() ? "" : "_" + coastName));
     {
         std::ofstream(dir + "/stations.txt") << table.str();
     }
@@ -104,7 +118,8 @@ void checkStations(double centre, const std::vector<std::pair<double, double>> &
     std::snprintf(centreArg, sizeof centreArg, " -C %g/0", centre);
     const std::string cmd = "cd '" + dir + "' && '" KESTREL_CLI_PATH "' map -p oblique --no-grid --stations stations.txt" +
                             (centre != 0 ? std::string(centreArg) : std::string()) +
-                            " --symbol-size 0.15 -o obl >out.txt 2>err.txt";
+                            " --symbol-size 0.15" + (probes.coast.empty() ? "" : " --coast '" + probes.coast + "'") +
+                            " -o obl >out.txt 2>err.txt";
     const int w = std::system(cmd.c_str());
     ASSERT_TRUE(WIFEXITED(w) && WEXITSTATUS(w) == 0) << kt::readFile(dir + "/err.txt");
     const std::string out = kt::readFile(dir + "/out.txt");
@@ -175,6 +190,18 @@ void checkStations(double centre, const std::vector<std::pair<double, double>> &
     const double r2 = std::sqrt(2.0);
     for (const auto &[x, y] : {std::pair<double, double>{0, 2 * r2 * 1.006}, {0, -2 * r2 * 1.006}, {r2, 0}, {-r2, 0}})
         EXPECT_TRUE(darkNear(ox + kx * x, oy - ky * y)) << "no outline at map point " << x << "," << y;
+    // Land and sea where PROJ puts the probes.
+    for (const bool land : {true, false}) {
+        for (const auto &[lon, lat] : land ? probes.land : probes.sea) {
+            const auto r = rows.find({lon, lat});
+            ASSERT_NE(r, rows.end()) << lon << "," << lat << " is not among the PROJ rows";
+            const uint32_t c = png.at(static_cast<int>(ox + kx * r->second.first), static_cast<int>(oy - ky * r->second.second));
+            const int red = c & 255, green = c >> 8 & 255, blue = c >> 16 & 255;
+            EXPECT_TRUE(std::abs(red - green) < 12 && std::abs(green - blue) < 12) << lon << "," << lat << " not grey";
+            if (land) EXPECT_TRUE(red > 160 && red < 240) << "no land at " << std::remainder(lon, 360.0) << "," << lat;
+            else EXPECT_GT(red, 245) << "no sea at " << std::remainder(lon, 360.0) << "," << lat;
+        }
+    }
 }
 
 TEST(CliObliqueMap, DrawsEveryStationWhereProjPutsItOnTheDefaultCentre) {
@@ -182,6 +209,47 @@ TEST(CliObliqueMap, DrawsEveryStationWhereProjPutsItOnTheDefaultCentre) {
     // centre, which the library's code 6 lays on the map's edge.
     checkStations(0.0, {{-150, -60}, {-90, -30}, {-50, -10}, {-30, -50}, {30, 50}, {110, -40}, {-10, 70},
                         {170, 10}, {-130, 20}, {70, -70}});
+}
+
+// The land of GSHHG's low-resolution shorelines: where PROJ puts land points, land,
+// and where it puts sea, sea, in the quarter Project flattens too, and with
+// Africa round the centre (40 E, 0 N, the rotated pole: the ring is closed
+// along it).
+TEST(CliObliqueMap, LandAndSeaLieWhereProjPutsThem) {
+    const std::string coast = kt::dataPath("coastlines/gshhg_low.cst");
+    KT_REQUIRE_FILE(coast);
+    Probes p{coast,
+             {{30, 10}, {50, 10}, {10, 10}, {30, -20}, {-50, -10}, {130, -30}, {90, 60}, {-110, 40}, {-10, -80}},
+             {{70, -30}, {-30, -30}, {210, -30}, {170, 30}, {150, -60}, {-10, -50}}};
+    checkStations(40.0, {{-130, 20}, {-90, -30}, {110, -40}, {210, 60}, {50, 50}, {-70, -70}}, p);
+}
+
+// One square of land, 15..65 E by 25 S..25 N, round the centre 40 E, 0 N:
+// on the map it winds once round the rotated pole at the ellipse's left
+// tip, and must be filled from its edge to that tip (closed along the
+// rotated meridians, which are curves on the map, and the pole).
+TEST(CliObliqueMap, LandRoundTheCentreFillsTheTip) {
+    const std::string dir = kt::scratchDir("cli_oblique_square");
+    std::vector<float> ring;
+    auto edge = [&](double lon0, double lat0, double lon1, double lat1) {
+        for (int i = 0; i < 50; ++i)
+            ring.push_back(static_cast<float>(lon0 + (lon1 - lon0) * i / 50)),
+                ring.push_back(static_cast<float>(lat0 + (lat1 - lat0) * i / 50));
+    };
+    edge(15, -25, 65, -25);
+    edge(65, -25, 65, 25);
+    edge(65, 25, 15, 25);
+    edge(15, 25, 15, -25);
+    ring.push_back(ring[0]), ring.push_back(ring[1]);
+    {
+        std::ofstream f(dir + "/square.cst", std::ios::binary);
+        const int32_t n = static_cast<int32_t>(ring.size() / 2), header[2] = {n, n};
+        f.write(reinterpret_cast<const char *>(header), sizeof header);  // little-endian hosts, as the format
+        f.write(reinterpret_cast<const char *>(ring.data()), static_cast<std::streamsize>(ring.size() * 4));
+    }
+    Probes p{dir + "/square.cst", {{30, 10}, {50, 10}, {30, -20}, {50, -20}, {50, 0}, {30, 20}, {50, 20}},
+             {{10, 10}, {70, -30}, {-30, -30}, {90, 0}, {-10, 0}, {30, 30}, {50, -30}}};
+    checkStations(40.0, {{-130, 20}, {-90, -30}, {110, -40}, {210, 60}, {-70, -70}}, p);
 }
 
 TEST(CliObliqueMap, DrawsEveryStationWhereProjPutsItAroundTheP18Line) {
