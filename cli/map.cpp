@@ -3,6 +3,7 @@
 // uses them: layout, user system, clip, land, coastlines, stations, frame.
 #include "plot/page.h"
 #include "cli/commands.h"
+#include "cli/map_oblique.h"
 #include "cli/output.h"
 #include "cli/section.h"
 
@@ -419,9 +420,22 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     if (!o.haveCentre) {
         o.centreLon = (o.lonMin + o.lonMax) * 0.5f;
         o.centreLat = static_cast<float>(DfltPoleLat(o.proj, o.latMin, o.latMax, (o.latMin + o.latMax) * 0.5f));
+    } else if (!o.haveDomain && o.proj >= 1 && o.proj <= 6 && o.proj != 5) {
+        // The layout centres these maps on the middle of the domain: a centre
+        // given alone gets the whole turn of longitude around it.
+        o.lonMin = o.centreLon - 180.0f;
+        o.lonMax = o.centreLon + 180.0f;
     }
     CoastFile coast, lakes;
     std::string why;
+    // The oblique Mollweide shows the whole globe, turned about its centre
+    // longitude; the command draws it itself (cli/map_oblique.h).
+    const bool oblique = o.proj == 6;
+    if (oblique && o.haveDomain)
+        std::printf("kestrel map: the oblique Mollweide shows the whole globe; -R sets its centre longitude only\n");
+    if (oblique && o.haveCentre && o.centreLat != 0.0f)
+        std::printf("kestrel map: the oblique Mollweide turns about %g/0; the centre latitude is not used\n",
+                    static_cast<double>(o.centreLon));
     if (!o.coast.empty() && !fileExists(o.coast)) {
         coastHint(("coastline file '" + o.coast + "' not found").c_str());
         return 1;
@@ -464,9 +478,16 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     float lonMin = o.lonMin, lonMax = o.lonMax, latMin = o.latMin, latMax = o.latMax;
     float cLon = o.centreLon, cLat = o.centreLat;
     if (AdjustMapLayout(&xMin, &xMax, &w, &xOff, &yMin, &yMax, &h, &yOff, &lonMin, &lonMax, &cLon, &latMin, &latMax,
-                        &cLat, o.proj, areaW, areaX, areaH, areaY))
+                        &cLat, o.proj, areaW, areaX, areaH, areaY) &&
+        !oblique)
         std::printf("kestrel map: domain adjusted to %g/%g/%g/%g, centre %g/%g (%s)\n", lonMin, lonMax, latMin,
                     latMax, cLon, cLat, szProjLabel[proj < 0 || proj > 6 ? 0 : proj]);
+    if (oblique) {
+        MapGeometry box{};
+        layOutObliqueMap(areaW, areaX, areaH, areaY, &box);
+        xMin = box.xMin, xMax = box.xMax, w = box.w, xOff = box.xOff;
+        yMin = box.yMin, yMax = box.yMax, h = box.h, yOff = box.yOff;
+    }
     if (!(w > 0 && h > 0)) {
         std::fprintf(stderr, "kestrel map: the domain %g/%g/%g/%g is empty\n", lonMin, lonMax, latMin, latMax);
         releaseCanvas(&picture);
@@ -504,18 +525,28 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     // Sea, land and coastlines inside the map's clip; the PostScript clip
     // ends with the grestore before the frame, whose labels stand outside.
     if (ps) psText(ps, "gsave\n");
-    ClipMapWindow(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, 0);
-    const int black = 0, red = 2;
     const MapGeometry geo{lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, cLon, cLat};
+    if (oblique) clipObliqueMap(dc, ps, geo);
+    else ClipMapWindow(dc, ps, lonMin, lonMax, latMin, latMax, xMin, xMax, w, xOff, yMin, yMax, h, yOff, 0);
+    const int black = 0, red = 2;
     if (o.seaFilled) {
-        float x[361], y[361];
-        const int32_t n = ConstructMapClipPath(x, y, 361, proj, lonMin, lonMax, latMin, latMax);
+        // The sea: the map's outline filled (the oblique globe's is its ellipse).
+        std::vector<float> x, y;
+        if (oblique) {
+            obliqueOutline(&x, &y);
+        } else {
+            x.resize(361);
+            y.resize(361);
+            const int32_t n = ConstructMapClipPath(x.data(), y.data(), 361, proj, lonMin, lonMax, latMin, latMax);
+            x.resize(static_cast<size_t>(std::max(n, 0)));
+            y.resize(x.size());
+        }
         SetColor(seaColour);
         PSSetColor(ps, seaColour);
         KPALETTE previous = ActivateMyPalette(dc);
         kestrel::plat::GdiObj brush = kestrel::plat::selectObject(dc, kestrel::plat::createSolidBrush(mCGS.color));
         kestrel::plat::GdiObj pen = kestrel::plat::selectObject(dc, kestrel::plat::createPen(kestrel::plat::PenSolid, 1, mCGS.color));
-        DrawPoly(dc, ps, x, y, n, 0, 2);
+        DrawPoly(dc, ps, x.data(), y.data(), static_cast<int32_t>(x.size()), 0, 2);
         kestrel::plat::deleteObject(kestrel::plat::selectObject(dc, brush));
         kestrel::plat::deleteObject(kestrel::plat::selectObject(dc, pen));
         RestorePalette(dc, previous, "kestrel map");
@@ -528,15 +559,29 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     }
     if (hooks.underlay) hooks.underlay(dc, ps, geo);
     if (!o.coast.empty()) {
-        if (cd.land >= 0 && o.topo.empty()) drawCoastFill(dc, ps, coast, geo, cd);
-        if (!o.lakes.empty() && o.topo.empty()) {
-            CoastDrawing ld = cd;
-            ld.land = ld.water = lakeColour;
-            drawCoastFill(dc, ps, lakes, geo, ld);
+        if (oblique) {
+            // Over the whole globe, the command's own drawing; lakes in
+            // the file are filled as land there.
+            if (cd.land >= 0 && o.topo.empty()) {
+                SetColor(cd.land);
+                PSSetColor(ps, cd.land);
+                drawObliqueWorld(dc, ps, o.coast, geo, true, false);
+            }
+        } else {
+            if (cd.land >= 0 && o.topo.empty()) drawCoastFill(dc, ps, coast, geo, cd);
+            if (!o.lakes.empty() && o.topo.empty()) {
+                CoastDrawing ld = cd;
+                ld.land = ld.water = lakeColour;
+                drawCoastFill(dc, ps, lakes, geo, ld);
+        }
         }
         if (ps) psText(ps, "thin_line\n");
-        drawCoastOutline(dc, ps, coast, geo, cd, black);
-        if (!o.lakes.empty()) drawCoastOutline(dc, ps, lakes, geo, cd, black);
+        if (oblique) {
+            drawObliqueWorld(dc, ps, o.coast, geo, false, true);
+        } else {
+            drawCoastOutline(dc, ps, coast, geo, cd, black);
+            if (!o.lakes.empty()) drawCoastOutline(dc, ps, lakes, geo, cd, black);
+        }
     }
     MapLabelLayout layout;
     layout.width = o.width;
@@ -547,6 +592,14 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
         // Stations on the map's visible side only, at their projected places.
         for (size_t i = 0; i < stLon.size(); ++i) {
             float lon = stLon[i], lat = stLat[i];
+            if (oblique) {  // every position on the globe is on this map
+                if (!(std::fabs(lat) <= 90.0f)) continue;
+                projectOblique(cLon, &lon, &lat);
+                sx.push_back(lon);
+                sy.push_back(lat);
+                sName.push_back(stName[i]);
+                continue;
+            }
             if (lon < lonMin) lon += 360.0f;
             if (lon > lonMax) lon -= 360.0f;
             if (!IsInsideMapDomain(lon, lat)) continue;
@@ -602,7 +655,10 @@ int drawMap(MapOptions o, const MapHooks &hooks) {
     style.grid = o.grid;
     style.fontSize = fontSize;
     style.colour = black;
-    drawLabelledMapFrame(dc, ps, geo, style, &layout);
+    if (oblique)
+        drawObliqueFrame(dc, ps, geo, fontSize, black, o.grid, &layout);
+    else
+        drawLabelledMapFrame(dc, ps, geo, style, &layout);
 
     if (o.stationLabels && !sx.empty()) {
         // Names beside their symbols where there is room, never over a

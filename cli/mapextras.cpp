@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/commands.h"
+#include "cli/map_oblique.h"
 #include "platform/platform.h"
 #include "plot/pstext.h"
 
@@ -36,6 +37,7 @@ struct Topography {
 
 // True when the geographic point shows on the current map.
 bool visible(float lon, float lat, const MapGeometry &g) {
+    if (proj == 6) return std::fabs(lat) <= 90.0f;  // the oblique map shows the whole globe
     if (!IsInsideMapDomain(lon, lat)) return false;
     if (proj == 5) {
         double d = std::fmod(static_cast<double>(lon) - g.cLon, 360.0);
@@ -90,7 +92,8 @@ bool drawTopography(KDC dc, KFILE ps, const std::string &path, const MapGeometry
                 }
                 lastColour = colour;
             }
-            DrawPoly(dc, ps, x, y, 4, 1, 2);
+            if (proj == 6) drawObliquePolygon(dc, ps, g.cLon, x, y, 4);
+            else DrawPoly(dc, ps, x, y, 4, 1, 2);
         }
     }
     if (dc) {

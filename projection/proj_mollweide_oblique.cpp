@@ -14,27 +14,45 @@
 // hemisphere behind the map) all land on the 179.99 edge.
 // The inverse is the plain Mollweide inverse of code 4: it does not undo the
 // rotation, and no disc test applies (onMap is always true). Both are kept
-// as the host has always had them.
+// as the host has always had them. The whole-sphere form used for pictures
+// of the whole globe is described in oblique_mollweide.h.
 #include <cmath>
 
 #include "projection/mollweide_common.h"
+#include "projection/oblique_mollweide.h"
 
 namespace kestrel {
+
+void obliqueRotate(double centreLon, double lon, double lat, double &lonR, double &latR) {
+    const double a = (lon - centreLon + 180.0) * kDegToRad;
+    const double phi = lat * kDegToRad;
+    const double u = std::sin(a) * std::cos(phi);
+    const double v = std::sin(phi);
+    lonR = 90.0;
+    if (!(std::fabs(u) < 1e-08 && std::fabs(v) < 1e-08)) lonR = std::atan2(u, v) * kRadToDeg + 90.0;
+    latR = clampedAsin(-std::cos(phi) * std::cos(a)) * kRadToDeg;
+}
+
+void obliqueTurnedMollweide(double lonR, double latR, double &x, double &y) {
+    const double L = latR * latR;
+    x = -mollweideQ(L) * latR;
+    y = lonR * kDegToRad * mollweideP(L);
+}
+
+void obliqueWholeForward(double centreLon, double &x, double &y) {
+    double lonR, latR;
+    obliqueRotate(centreLon, x, y, lonR, latR);
+    obliqueTurnedMollweide(obliqueWholeLon(lonR), latR, x, y);
+}
+
 namespace {
 
 void forward(const ProjState &s, double &x, double &y) {
-    const double a = (x - s.centreLon + 180.0) * kDegToRad;
-    const double lat = y * kDegToRad;
-    const double u = std::sin(a) * std::cos(lat);
-    const double v = std::sin(lat);
-    double lonr = 90.0;
-    if (!(std::fabs(u) < 1e-08 && std::fabs(v) < 1e-08)) lonr = std::atan2(u, v) * kRadToDeg + 90.0;
-    const double latr = clampedAsin(-std::cos(lat) * std::cos(a)) * kRadToDeg;
-    if (lonr < -179.99) lonr = -179.99;
-    else if (lonr > 179.99) lonr = 179.99;
-    const double L = latr * latr;
-    x = -mollweideQ(L) * latr;
-    y = lonr * kDegToRad * mollweideP(L);
+    double lonR, latR;
+    obliqueRotate(s.centreLon, x, y, lonR, latR);
+    if (lonR < -179.99) lonR = -179.99;
+    else if (lonR > 179.99) lonR = 179.99;
+    obliqueTurnedMollweide(lonR, latR, x, y);
 }
 
 void inverse(const ProjState &s, double &x, double &y) { mollweideInverse(s, x, y); }

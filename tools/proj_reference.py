@@ -20,7 +20,9 @@ kinds:
          o_lon_p=-90, with both signs turned to the orientation used here)
 For code 4 (and 6) fwd/inv give the exact Mollweide, which the polynomial
 forward only approximates; for code 6 fwd is PROJ's transverse Mollweide
-with the map axes turned: x = y_PROJ, y = -x_PROJ.
+with the map axes turned: x = y_PROJ, y = -x_PROJ. Code 6 rows cover the
+whole sphere, the quarter that Project lays on the map's edge included (the
+whole-globe form of the map command is checked against all of them).
 """
 import math
 import subprocess
@@ -106,6 +108,10 @@ def mollweide():
 
 def oblique_mollweide(lon0):
     pts = [(lon0 + d, lat) for d in frange(-170.0, 170.0, 20.0) for lat in frange(-80.0, 80.0, 10.0)]
+    # Either side of the seam (the equator west of the centre) and next to
+    # the geographic poles, which the rotation moves onto the map's middle.
+    pts += [(lon0 + d, lat) for d in frange(-170.0, -10.0, 20.0) for lat in (-0.5, 0.5)]
+    pts += [(lon0 + d, lat) for d in frange(-165.0, 165.0, 30.0) for lat in (-89.5, 89.5)]
     base = ["+proj=ob_tran", "+o_lat_p=0", "+o_lon_p=-90", "+lon_0=%r" % lon0, "+R=1"]
     rot = cs2cs(["+proj=longlat", "+R=1"], base + ["+o_proj=longlat", "+to_meter=0.017453292519943295"], pts)
     emit("rot", 6, lon0, 0.0, pts, [(-a, -b) for a, b in rot])
@@ -126,7 +132,9 @@ def main():
     for lon0, lat0 in ((20.0, 40.0), (-100.0, -35.0), (200.0, 70.0), (0.0, 0.0), (-30.0, -80.0)):
         ortho(5, lon0, lat0)
     mollweide()
-    for lon0 in (0.0, 40.0, -120.0):
+    # The default centre (0), a centre in the southern Pacific's longitudes
+    # (-110, the P18 line; -55 as the layout used to move it), and more.
+    for lon0 in (0.0, 40.0, -120.0, -110.0, -55.0, 160.0):
         oblique_mollweide(lon0)
 
 

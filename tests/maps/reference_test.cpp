@@ -15,6 +15,8 @@
 #include <tuple>
 #include <vector>
 
+#include "projection/mollweide_common.h"
+#include "projection/oblique_mollweide.h"
 #include "tests/maps/proj_fixture.h"
 
 namespace {
@@ -206,6 +208,74 @@ TEST_F(ReferenceTest, ObliqueMollweideIsWithinTheMollweideBoundOfTheExactTransve
             ++compared;
         }
         EXPECT_GT(compared, 200);
+    }
+}
+
+// The whole-sphere oblique Mollweide of the map command, against PROJ on
+// every row, the quarter that Project lays on the edge included (centres 0,
+// the default; -55 and -110, the ones of a broken station map; and others).
+// Exactly the turned Mollweide of PROJ's rotated graticule, and equal to
+// Project wherever Project does not flatten.
+TEST_F(ReferenceTest, WholeObliqueMollweideIsTheTurnedMollweideOfProjsRotationEverywhere) {
+    const auto g = groups("rot", 6);
+    for (double lon0 : {0.0, -55.0, -110.0}) EXPECT_EQ(g.count({lon0, 0.0}), 1u) << "centre " << lon0;
+    for (const auto &[centre, rows] : g) {
+        int flattened = 0;
+        for (const Row &r : rows) {
+            // Code 4 holds its longitude offset to 179.99, the rim here is
+            // at 180: its x is linear in the offset, so take half of it twice.
+            use(4, 0.0);
+            float x4, y4;
+            project(0.5 * r.out1, r.out2, x4, y4);
+            x4 *= 2.0f;
+            double x = r.in1, y = r.in2;
+            kestrel::obliqueWholeForward(centre.first, x, y);
+            ASSERT_NEAR(x, -y4, kMapTol) << "centre " << centre.first << " at " << r.in1 << "," << r.in2;
+            ASSERT_NEAR(y, x4, kMapTol) << "centre " << centre.first << " at " << r.in1 << "," << r.in2;
+            use(6, centre.first);
+            float x6, y6;
+            project(r.in1, r.in2, x6, y6);
+            if (r.out1 > 179.99) {
+                // On the seam itself: Project stops 0.01 deg short of it.
+                EXPECT_NEAR(y6, 179.99 * kestrel::kDegToRad * kestrel::mollweideP(r.out2 * r.out2), kMapTol);
+                EXPECT_NEAR(y, kestrel::kDegToRad * 180.0 * kestrel::mollweideP(r.out2 * r.out2), kMapTol);
+            } else if (r.out1 < -90.0) {
+                // Project's flattened quarter: on its edge; the whole form
+                // puts it below the rotated meridian of the south pole.
+                ++flattened;
+                const double p = kestrel::mollweideP(r.out2 * r.out2);
+                EXPECT_NEAR(y6, 179.99 * kestrel::kDegToRad * p, kMapTol);
+                EXPECT_LT(y, -90.0 * kestrel::kDegToRad * p);
+            } else {
+                ASSERT_NEAR(x6, x, kMapTol) << "centre " << centre.first << " at " << r.in1 << "," << r.in2;
+                ASSERT_NEAR(y6, y, kMapTol) << "centre " << centre.first << " at " << r.in1 << "," << r.in2;
+            }
+        }
+        EXPECT_GT(flattened, static_cast<int>(rows.size()) / 5) << "centre " << centre.first;
+    }
+}
+
+TEST_F(ReferenceTest, WholeObliqueMollweideIsWithinTheMollweideBoundsOfProjEverywhere) {
+    std::map<std::tuple<double, double, double>, double> rotLat;
+    for (const Row &r : referenceRows())
+        if (r.kind == "rot") rotLat[{r.lon0, r.in1, r.in2}] = r.out2;
+    for (const auto &[centre, rows] : groups("fwd", 6)) {
+        double worstX = 0.0, worstY = 0.0;
+        for (const Row &r : rows) {
+            double x = r.in1, y = r.in2;
+            kestrel::obliqueWholeForward(centre.first, x, y);
+            // The bound of the band of the rotated latitude: the polynomial's
+            // distance from the exact Mollweide (turned: its y error is our x).
+            const double latR = std::fabs(rotLat.at({r.lon0, r.in1, r.in2}));
+            const MollweideBand *band = &kMollweideBands[0];
+            while (latR > band->maxLat) ++band;
+            worstX = std::max(worstX, std::fabs(x - r.out1));
+            worstY = std::max(worstY, std::fabs(y - r.out2));
+            ASSERT_NEAR(x, r.out1, band->dy) << "centre " << centre.first << " at " << r.in1 << "," << r.in2;
+            ASSERT_NEAR(y, r.out2, band->dx) << "centre " << centre.first << " at " << r.in1 << "," << r.in2;
+        }
+        std::printf("whole oblique Mollweide centre %g: %zu points, largest difference %.4f across, %.4f along\n",
+                    centre.first, rows.size(), worstX, worstY);
     }
 }
 
