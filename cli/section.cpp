@@ -8,6 +8,7 @@
 // screen only, so their PostScript twin is written here, with the same
 // geometry.
 #include "plot/page.h"
+#include "contour/labels.h"
 #include "section.h"
 #include "cli/output.h"
 #include "grid/field.h"
@@ -554,11 +555,13 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     note(o.quiet, "shading, contouring %zu levels from %g by %g, erasing", levels.size(), lv.first * lv.step,
          lv.step);
     ShadeField(shade.data(), 0, 0, set.xg, nx, set.yg, ny, opt.stretch0, opt.stretch1, zmin, zmax, canvas, ps);
+    kestrel::holdContourLabels();  // placed clear of the frame, of each other and of what is painted next
     ContourField(set.gridEst, set.xg, nx, set.yg, ny, levels.data(), static_cast<int32_t>(levels.size()), canvas, ps);
     const int32_t white = FindClosestColor(1.0f, 1.0f, 1.0f);
     EraseField(error.data(), o.maxError, set.xg, nx, set.yg, ny, white, canvas, ps);
 
     if (down) drawSeafloor(table, o, d, yb, canvas, ps);
+    kestrel::drawHeldContourLabels(canvas, ps);
 
     // The stations along the top: one mark per distinct x.
     std::vector<float> stations = xs;
