@@ -50,6 +50,7 @@ struct Path {
     bool lastPieceFull = false;  // the tracer cut the line here: the next piece goes on
     std::vector<double> s;       // arc length at each vertex
     double length = 0;
+    double in0 = 0, in1 = 0, inLength = 0;  // the arc inside the frame: first, last, and how much
 };
 
 struct Held {
@@ -146,15 +147,16 @@ public:
             for (int i = ia; i <= ib; ++i) cover_[idx(i, j)] = 1;
     }
 
-    // What a box touches: covered pixels, and the other levels' lines
-    // (up to eight of them).
+    // What a box touches: covered pixels within coverPad of it, and the
+    // other levels' lines within pad (up to eight of them).
     struct Touch {
         bool covered = false;
         int others = 0;
     };
-    Touch touch(const Box &b, uint16_t own, double pad) const {
+    Touch touch(const Box &b, uint16_t own, double pad, double coverPad) const {
         Touch t;
-        const double rx = b.radius(1, 0) + pad, ry = b.radius(0, 1) + pad;
+        const double reach = std::max(pad, coverPad);
+        const double rx = b.radius(1, 0) + reach, ry = b.radius(0, 1) + reach;
         const int ia = std::max(toInt(std::floor(b.cx - rx)) - x0_, 0);
         const int ib = std::min(toInt(std::ceil(b.cx + rx)) - x0_, w_ - 1);
         const int ja = std::max(toInt(std::floor(b.cy - ry)) - y0_, 0);
@@ -166,13 +168,14 @@ public:
             const double py = y0_ + j + 0.5 - b.cy;
             for (int i = ia; i <= ib; ++i) {
                 const double px = x0_ + i + 0.5 - b.cx;
-                if (std::fabs(px * b.ux + py * b.uy) > b.hw + pad || std::fabs(px * b.vx() + py * b.vy()) > b.hh + pad)
-                    continue;
+                const double du = std::fabs(px * b.ux + py * b.uy) - b.hw, dv = std::fabs(px * b.vx() + py * b.vy()) - b.hh;
+                if (du > reach || dv > reach) continue;
                 const size_t k = idx(i, j);
-                if (cover_[k]) {
+                if (cover_[k] && du <= coverPad && dv <= coverPad) {
                     t.covered = true;
                     return t;
                 }
+                if (du > pad || dv > pad) continue;
                 const uint16_t l = lines_[k];
                 if (l == 0 || l == own) continue;
                 if (l == kMany) {
@@ -289,7 +292,7 @@ struct Placer {
         if (cx - rx < left || cx + rx > right || cy - ry < top || cy + ry > bottom) return c;
         for (const Box &b : placed)
             if (overlap(b, c.box, gap)) return c;
-        const Rasters::Touch t = rasters.touch(c.box, id, 1.0);
+        const Rasters::Touch t = rasters.touch(c.box, id, 1.0, 0.3 * h);
         if (t.covered || t.others > acceptOthers) return c;
         c.angle = angle < 0 ? angle + 360.0 : angle;
         c.score = dev / h + t.others;
@@ -401,6 +404,17 @@ int kestrel::drawHeldContourLabels(KDC dc, KFILE ps) {
         p.y.resize(keep);
         p.length = p.s.back();
         p.closed = keep >= 4 && p.x.front() == p.x.back() && p.y.front() == p.y.back();
+        auto inside = [&](size_t k) {
+            return p.x[k] >= out.left && p.x[k] <= out.right && p.y[k] >= out.top && p.y[k] <= out.bottom;
+        };
+        p.in0 = p.length;
+        p.in1 = 0;
+        for (size_t k = 0; k < keep; ++k) {
+            if (!inside(k)) continue;
+            p.in0 = std::min(p.in0, p.s[k]);
+            p.in1 = std::max(p.in1, p.s[k]);
+            if (k > 0 && inside(k - 1)) p.inLength += p.s[k] - p.s[k - 1];
+        }
         rasters.line(p, static_cast<uint16_t>(p.level + 1));
     }
     for (const auto &r : h.covers.rects) {
@@ -451,7 +465,7 @@ int kestrel::drawHeldContourLabels(KDC dc, KFILE ps) {
         const size_t l = static_cast<size_t>(p.level);
         if (l >= nl || textW[l] <= 0 || p.x.size() < 2) continue;
         const double w = textW[l];
-        if (p.length < (p.closed ? 3.0 : 1.5) * w) continue;  // too short to carry its label
+        if (p.inLength < (p.closed ? 3.0 : 1.5) * w) continue;  // too short (in the frame) to carry its label
         order.push_back(k);
     }
     std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return h.paths[a].length > h.paths[b].length; });
@@ -463,9 +477,12 @@ int kestrel::drawHeldContourLabels(KDC dc, KFILE ps) {
         placer.gap = 0.3 * th;
         const double spacing = kSpacing * VX.pixPerLength / std::max(L.labelFactor, 1);
         const double half = 0.5 * w + 0.15 * th;
-        const double s0 = half, s1 = p.closed ? p.length + half : p.length - half;
+        // Only where the line is inside the frame (a ring's seam may lie
+        // anywhere: round it, the whole ring is tried).
+        const bool seam = p.closed && p.in0 <= 0 && p.in1 >= p.length;
+        const double s0 = seam ? half : std::max(half, p.in0), s1 = seam ? p.length + half : std::min(p.closed ? p.length + half : p.length - half, p.in1);
         if (!(s1 > s0)) return;
-        const int m = std::max(1, toInt(std::floor((s1 - s0) / spacing + 0.5)));
+        const int m = static_cast<int>(std::clamp(std::floor(p.inLength / spacing + 0.5), 1.0, 500.0));
         for (int t = 0; t < m && labels.size() < KESTREL_MAX_CONTOUR_LABELS; ++t) {
             const double a = s0 + (s1 - s0) * t / m, b = s0 + (s1 - s0) * (t + 1) / m;
             const Candidate c = placer.best(p, static_cast<uint16_t>(p.level + 1), a, b, w, th, acceptOthers);
