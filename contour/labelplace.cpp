@@ -8,9 +8,11 @@
 // line, turned along the chord of the stretch of line it covers; that
 // stretch must be nearly straight, so the line runs in at one end of the
 // box and out at the other. Labels are placed line by line, the longest
-// lines first, at regular distances along each line, each at the best place
-// near its target that breaks no rule; a level whose lines found no place
-// at all tries once more, now accepting a box that hides one other line.
+// lines first, at regular distances along each line (the part inside the
+// frame), each at the best place near its target that breaks no rule. A
+// level whose lines found no place at all (lines crowded closer than a
+// label's height) tries again, accepting a box that hides one other line,
+// then any number of them at the least crowded place.
 #include <algorithm>
 #include <array>
 #include <cmath>
