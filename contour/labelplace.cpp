@@ -306,7 +306,7 @@ struct Placer {
     Candidate best(const Path &p, uint16_t id, double s0, double s1, double w, double h, int acceptOthers) const {
         Candidate bestC;
         const double mid = 0.5 * (s0 + s1), span = std::max(s1 - s0, 1e-9);
-        const double step = std::max({0.2 * h, 1.0, span / 2000});
+        const double step = std::max({0.3 * h, 1.0, span / 2000});
         for (double s = s0; s <= s1 + 1e-9; s += step) {
             Candidate c = at(p, id, s, w, h, acceptOthers);
             if (!c.ok) continue;
