@@ -8,6 +8,7 @@
 // screen only, so their PostScript twin is written here, with the same
 // geometry.
 #include "plot/page.h"
+#include "contour/labels.h"
 #include "section.h"
 #include "cli/output.h"
 #include "grid/field.h"
@@ -640,6 +641,7 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
     if (ps) kestrel::psWrite(ps, "gsave dousrclip\n");
     ShadeField(shade.data(), 0, 0, set.xg, nx, set.yg, ny, opt.stretch0, opt.stretch1, zmin, zmax, canvas, ps);
     if (ps) kestrel::psWrite(ps, "grestore\n");
+    kestrel::holdContourLabels();  // placed clear of the frame, of each other and of what is painted next
     ContourField(set.gridEst, set.xg, nx, set.yg, ny, levels.data(), static_cast<int32_t>(levels.size()), canvas, ps);
     const int32_t white = FindClosestColor(1.0f, 1.0f, 1.0f);
     EraseField(error.data(), 0.5f, set.xg, nx, set.yg, ny, white, canvas, ps);
@@ -657,6 +659,8 @@ int sectionCommand(const Table &table, const SectionOptions &o) {
         if (ps) kestrel::psWrite(ps, "grestore\n");
         ClipVWP(canvas, 0);
     }
+    // The contour labels last over the field, clear of all that covers it.
+    kestrel::drawHeldContourLabels(canvas, ps);
 
     // The stations along the top: one mark per distinct x.
     std::vector<float> stations = xs;

@@ -18,6 +18,7 @@
 #include "frame/message.h"
 #include "contour/colour_lookup.h"
 #include "contour/internal.h"
+#include "contour/labels.h"
 #include "kestrel/colour.h"
 #include "kestrel/contour.h"
 #include "kestrel/draw.h"
@@ -25,6 +26,7 @@
 #include "kestrel/postscript.h"
 #include "kestrel/usrsys.h"
 #include "platform/platform.h"
+#include "plot/cover.h"
 #include "plot/psstream.h"
 #include "plot/transform.h"
 
@@ -247,6 +249,17 @@ KESTREL_API void KESTREL_CALL EraseField(const float *field, float threshold, co
         auto value = [&](int32_t i, int32_t j) { return field[static_cast<size_t>(j) * static_cast<size_t>(nx) + static_cast<size_t>(i)]; };
         boundaries(xc, nx, 0);
         boundaries(yc, ny, 1);
+        if (gCoverTrace && (hdc || psfile)) {  // runs of erased cells along each row
+            for (int32_t j = 0; j < ny; ++j) {
+                for (int32_t i = 0; i < nx; ++i) {
+                    if (!(value(i, j) > threshold)) continue;
+                    int32_t e = i;
+                    while (e + 1 < nx && value(e + 1, j) > threshold) ++e;
+                    gCoverTrace->rects.push_back({Vfp[i][0], Vfp[j][1], Vfp[e + 1][0], Vfp[j + 1][1]});
+                    i = e;
+                }
+            }
+        }
         if (hdc) {
             KPALETTE previous = ActivateMyPalette(hdc);
             boundaryPixels(nx, ny);
@@ -342,6 +355,10 @@ extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float 
         }
         int32_t count = 0;
         const int32_t entryColour = mCGS.colorState[0];
+        // Held labels: the lines of the pass that would collect the labels
+        // are recorded instead, for drawHeldContourLabels.
+        const bool hold = takeLabelHold();
+        if (hold) beginHeldLabels(levels, levelCount);
         if (psfile) PsStream(psfile).put("\n%%PS-OBJECT: ContourLines begin\n");
         auto index = [](int32_t v, int32_t n) { return v >= 0 && v < n ? v : 0; };
         for (int32_t k = 0; k < levelCount; ++k) {
@@ -354,16 +371,20 @@ extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float 
                 KPEN pen = plat::createPen(lStyle[index(L.style, 5)], PixelLineWidth(L.width, &length), mCGS.color);
                 hOP = static_cast<KPEN>(plat::selectObject(hdc, pen));
                 plat::setBkMode(hdc, plat::BkTransparent);
+                if (hold) setHeldLevel(k);
                 ContourLine(hdc, nullptr, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,
-                            L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
+                            hold ? 0 : L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
+                gPieceSink = nullptr;
                 RestorePen(hdc, "ContourField");
                 RestorePalette(hdc, previous, "ContourField");
             }
             if (psfile) {
                 PSSetColor(psfile, L.colour);
                 PsStream(psfile).printf("%s %s\n", szPSlWidth[index(L.width, 6)], szPSlStyle[index(L.style, 5)]);
+                if (hold && !hdc) setHeldLevel(k);
                 ContourLine(nullptr, psfile, field, labels, &count, xc, nx, yc, ny, L.level, L.colour, L.style, L.width,
-                            hdc ? 0 : L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
+                            hdc || hold ? 0 : L.labelFactor, L.labelColour, L.labelSize, L.labelFill);
+                gPieceSink = nullptr;
             }
         }
         if (hdc) {
@@ -371,7 +392,8 @@ extern "C" KESTREL_API void KESTREL_CALL ContourField(float *field, const float 
             SetColor(entryColour);
             if (mCGS.frame) FrameVWP(hdc, 0);
         }
-        if (psfile) {
+        if (psfile && hold) PsStream(psfile).put("%%PS-OBJECT: ContourLines end\n\n");
+        if (psfile && !hold) {
             PsStream(psfile).put("%%PS-OBJECT: ContourLines end\n\n%%PS-OBJECT: ContourLabels begin\n");
             CToutlbl(nullptr, psfile, labels, count);
             PsStream(psfile).printf("\n0 setgray %s %s\n%%%%PS-OBJECT: ContourLabels end\n\n", szPSlStyle[0],

@@ -5,6 +5,7 @@
 
 #include "base/guard.h"
 #include "contour/internal.h"
+#include "contour/labels.h"
 #include "kestrel/colour.h"
 #include "kestrel/contour.h"
 #include "kestrel/draw.h"
@@ -29,6 +30,18 @@ extern "C" KESTREL_API void KESTREL_CALL CToutlbl(KDC hdc, KFILE psfile, const K
                 SetDoFill(hdc, l.fill);
                 formatG(text, l.level);
                 DrawString(hdc, text, l.x, l.y, l.angle, static_cast<float>(l.size));
+                if (gLabelBoxTrace) {
+                    PlacedLabelBox b;
+                    b.level = l.level;
+                    b.x = l.x;
+                    b.y = l.y;
+                    b.angle = l.angle;
+                    for (int c = 0; c < 4; ++c) {
+                        b.px[c] = dli.boxX[c];
+                        b.py[c] = dli.boxY[c];
+                    }
+                    gLabelBoxTrace->push_back(b);
+                }
             }
             SetColor(0);
         }

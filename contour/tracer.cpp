@@ -28,6 +28,7 @@
 
 #include "base/guard.h"
 #include "contour/internal.h"
+#include "contour/labels.h"
 #include "kestrel/contour.h"
 #include "plot/transform.h"
 
@@ -278,6 +279,7 @@ extern "C" KESTREL_API int32_t KESTREL_CALL ContourLine(KDC hdc, KFILE psfile, f
         const bool traced = traceLevel(field, xc, nx, yc, ny, level, [&] {
             CToutpth(hdc, psfile, labels, labelCount, level, colour, style, width, labelFactor, labelColour, labelSize,
                      labelFill);
+            if (gPieceSink) gPieceSink();
         });
         if (!traced) segmentAllocationFailed();
         return 0;

@@ -2,17 +2,24 @@
 // PostScript file is given) as paths of the preamble's M, L and R.
 #include <cmath>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 #include "base/guard.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
 #include "kestrel/projection.h"
 #include "kestrel/usrsys.h"
+#include "plot/cover.h"
 #include "platform/platform.h"
 #include "plot/psstream.h"
 #include "plot/transform.h"
 
 using namespace kestrel;
+
+namespace kestrel {
+PaintedCover *gCoverTrace = nullptr;
+}
 
 namespace {
 
@@ -110,6 +117,12 @@ KESTREL_API void KESTREL_CALL DrawPoly(KDC dc, KFILE psFile, float *x, float *y,
             const auto *pts = reinterpret_cast<const KPoint32 *>(Vip);
             if (mode & 2) plat::polygon(dc, pts, n);
             if (mode & 1) plat::polyline(dc, pts, n);
+        }
+        if ((mode & 2) && gCoverTrace && (dc || psFile)) {
+            std::vector<std::pair<float, float>> polygon;
+            polygon.reserve(static_cast<size_t>(n));
+            for (int32_t i = 0; i < n; ++i) polygon.emplace_back(x[i], y[i]);
+            gCoverTrace->polygons.push_back(std::move(polygon));
         }
         if (psFile) {
             writef(psFile, "\nnp\n%g %g M\n", x[0], y[0]);
