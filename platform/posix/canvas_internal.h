@@ -106,6 +106,10 @@ void strokeChain(KCanvas *c, const KPoint32 *p, int n, bool close);
 // the layer), and the layer drawn out; both do nothing on pixel canvases.
 bool layerRect(KCanvas *c, double l, double t, double r, double b, KCOLORREF colour);
 void flushLayer(KCanvas *c);
+// Vector canvases: the shapes drawn under the current clip painted through
+// it, and a new group begun (flushGroup), or only the first half (endGroup).
+void flushGroup(KCanvas *c);
+void endGroup(KCanvas *c);
 // The closed figures (three vertices or more) as the Cairo path.
 void addFigures(cairo_t *cr, const std::vector<std::vector<KPoint32>> &figs);
 void fillFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, KCOLORREF colour);
@@ -145,6 +149,16 @@ struct KCanvas {
     cairo_surface_t *layer = nullptr;
     cairo_t *layerCr = nullptr;
     int layerX0 = 0, layerY0 = 0, layerX1 = 0, layerY1 = 0;  // the part drawn on, empty when x1 <= x0
+    // A vector canvas keeps its clip to itself and draws everything under
+    // one clip into a group, which is then painted through the clip once:
+    // a file writer would otherwise repeat the clip's path for every shape
+    // (a coastline of ten thousand records under the map's outline).
+    struct ClipPart {
+        std::vector<std::vector<KPoint32>> figures;
+        bool winding = false;
+    };
+    std::vector<ClipPart> clip;  // intersected
+    bool grouped = false;
     // path recording
     bool recording = false;
     std::vector<std::vector<KPoint32>> figures;

@@ -116,6 +116,7 @@ KDC makeCanvas(cairo_surface_t *s, int32_t width, int32_t height, bool vector) {
     c->w = width;
     c->h = height;
     c->vector = c->smooth = vector;
+    if (vector) cairo_set_antialias(c->cr, CAIRO_ANTIALIAS_FAST);
     if (!vector) cairo_set_antialias(c->cr, CAIRO_ANTIALIAS_NONE);
     cairo_set_source_rgb(c->cr, 1, 1, 1);
     cairo_paint(c->cr);
@@ -196,6 +197,7 @@ KESTREL_API int32_t KESTREL_CALL KCanvasExport(KDC c, const char *fileName, cons
             cairo_paint(cr);
         }
         cairo_scale(cr, scale, scale);
+        flushGroup(c);  // everything drawn so far into the surface, drawing goes on after
         flushLayer(c);
         cairo_surface_flush(c->surface);
         cairo_set_source_surface(cr, c->surface, 0, 0);
@@ -226,6 +228,7 @@ KESTREL_API void KESTREL_CALL KCanvasDestroy(KDC c) {
         letGo(c->brush);
         letGo(c->font);
         letGo(c->palette);
+        endGroup(c);
         if (c->layerCr) cairo_destroy(c->layerCr);
         if (c->layer) cairo_surface_destroy(c->layer);
         cairo_destroy(c->cr);

@@ -16,7 +16,49 @@
 
 namespace kestrel::canvas {
 
+void endGroup(KCanvas *c) {
+    if (!c->grouped) return;
+    flushLayer(c);
+    cairo_pattern_t *group = cairo_pop_group(c->cr);
+    c->grouped = false;
+    cairo_save(c->cr);
+    for (const auto &part : c->clip) {
+        addFigures(c->cr, part.figures);
+        cairo_set_fill_rule(c->cr, part.winding ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
+        cairo_clip(c->cr);
+    }
+    cairo_set_source(c->cr, group);
+    cairo_paint(c->cr);
+    cairo_restore(c->cr);
+    cairo_pattern_destroy(group);
+}
+
+void flushGroup(KCanvas *c) {
+    endGroup(c);
+    if (!c->clip.empty()) {
+        cairo_push_group(c->cr);
+        c->grouped = true;
+    }
+}
+
+namespace {
+
+// A vector canvas's new clip: what was drawn under the old one painted
+// through it, then a group for what comes under the new one.
+void setVectorClip(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, bool winding, bool intersect) {
+    endGroup(c);
+    if (!intersect) c->clip.clear();
+    c->clip.push_back({figs, winding});
+    flushGroup(c);
+}
+
+}  // namespace
+
 void setClipFromFigures(KCanvas *c, const std::vector<std::vector<KPoint32>> &figs, int fillMode, bool intersect) {
+    if (c->vector) {
+        setVectorClip(c, figs, fillMode == kestrel::plat::FillWinding, intersect);
+        return;
+    }
     flushLayer(c);  // what is on the layer was drawn under the old clip
     cairo_t *cr = c->cr;
     if (!intersect) cairo_reset_clip(cr);
@@ -101,6 +143,16 @@ bool clipRect(KDC c, const Rect *r) {
     c = live(c);
     if (c && c->mirror) clipRect(c->mirror, r);
     if (!c) return false;
+    if (c->vector) {
+        endGroup(c);
+        c->clip.clear();
+        if (r) {
+            const int l = r->left, t = r->top, rr = std::max(r->right, r->left), b = std::max(r->bottom, r->top);
+            c->clip.push_back({{{{l, t}, {rr, t}, {rr, b}, {l, b}}}, false});
+        }
+        flushGroup(c);
+        return true;
+    }
     flushLayer(c);
     cairo_reset_clip(c->cr);
     if (!r) return true;

@@ -118,6 +118,24 @@ TEST(VectorCanvas, TheClipHoldsForCellsCollectedBeforeItChanges) {
     plat::deleteObject(red);
     plat::deleteObject(blue);
     KCanvasDestroy(v);
+
+    // Five hundred lines under one clip: the file states the clip once,
+    // not once a line (the coastline of a map under its outline).
+    KDC many = KCanvasCreateVector(100, 100);
+    const KPoint32 disc[6] = {{50, 5}, {90, 30}, {90, 70}, {50, 95}, {10, 70}, {10, 30}};
+    plat::clipPolygon(many, disc, 6, plat::FillAlternate);
+    KCanvasSelectPen(many, 0, 1, plat::rgb(0, 0, 0));
+    for (int i = 0; i < 500; ++i) {
+        const KPoint32 l[2] = {{i % 100, 0}, {99 - i % 100, 99}};
+        plat::polyline(many, l, 2);
+    }
+    ASSERT_EQ(KCanvasExport(many, (dir + "/many.svg").c_str(), "svg", 1.0), 1);
+    EXPECT_LE(countOf(kt::readFile(dir + "/many.svg"), "<clipPath"), 5);
+    ASSERT_EQ(KCanvasExport(many, (dir + "/many.png").c_str(), "png", 1.0), 1);
+    ASSERT_TRUE(kt::loadPNG(dir + "/many.png", &im));
+    EXPECT_EQ(im.at(2, 2), 0xFFFFFFu) << "the corner is outside the clip";
+    EXPECT_NE(im.at(50, 50), 0xFFFFFFu);
+    KCanvasDestroy(many);
 }
 
 TEST(VectorCanvas, MirroringIsOneLevelAndEndsWithEitherCanvas) {
