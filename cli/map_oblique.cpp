@@ -8,6 +8,7 @@
 // keeps of each copy what lies on the map. A ring that winds once round a
 // rotated pole (land around the centre or its antipode) is closed along that
 // pole, which the polynomial Mollweide draws as a short line at the tip.
+#include "base/bytes.h"
 #include "cli/map_oblique.h"
 
 #include <algorithm>
@@ -158,21 +159,9 @@ bool ringHoldsCentre(const float *p, int32_t n, double centreLon) {
     return false;
 }
 
-int32_t readInt32(const unsigned char *p) {
-    const uint32_t v = static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
-                       static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
-    int32_t r;
-    std::memcpy(&r, &v, 4);
-    return r;
-}
+int32_t readInt32(const unsigned char *p) { return kestrel::readInt32LE(p); }
 
-float readFloat(const unsigned char *p) {
-    const uint32_t v = static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
-                       static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
-    float r;
-    std::memcpy(&r, &v, 4);
-    return r;
-}
+float readFloat(const unsigned char *p) { return kestrel::readFloatLE(p); }
 
 // Screen pen (and brush) of the current colour, undone on leaving.
 struct ScreenPen {

@@ -25,6 +25,7 @@
 #include <string>
 #include <vector>
 
+#include "base/bytes.h"
 #include "cli/commands.h"
 #include "cli/section.h"
 #include "maps/map_internal.h"
@@ -37,21 +38,9 @@ constexpr int32_t kMaxRecordPoints = 1500;
 constexpr double kEarthRadiusKm = 6371.0;
 constexpr double kRadPerDeg = 3.14159265358979323846 / 180;
 
-int32_t readInt32(const unsigned char *p) {
-    const uint32_t v = static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
-                       static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
-    int32_t r;
-    std::memcpy(&r, &v, 4);
-    return r;
-}
+int32_t readInt32(const unsigned char *p) { return kestrel::readInt32LE(p); }
 
-float readFloat(const unsigned char *p) {
-    const uint32_t v = static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
-                       static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
-    float r;
-    std::memcpy(&r, &v, 4);
-    return r;
-}
+float readFloat(const unsigned char *p) { return kestrel::readFloatLE(p); }
 
 // The screen's pen and brush of one fill colour: the fill itself goes
 // without an outline (a polygon's outline would also trace the stretches of

@@ -19,6 +19,7 @@
 #include <cstring>
 #include <new>
 
+#include "base/bytes.h"
 #include "base/guard.h"
 #include "kestrel/colour.h"
 #include "kestrel/draw.h"
@@ -93,13 +94,7 @@ private:
     uint64_t left_ = 0;  // bytes of the file not yet read
 };
 
-int32_t readInt32(const unsigned char *p) {
-    const uint32_t v = static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
-                       static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
-    int32_t r;
-    std::memcpy(&r, &v, 4);
-    return r;
-}
+int32_t readInt32(const unsigned char *p) { return kestrel::readInt32LE(p); }
 
 void readFloats(const unsigned char *p, float *out, int32_t count) {
     const uint32_t probe = 1;
