@@ -414,6 +414,19 @@ TEST(Cli, SectionOptionsOfEverydayWork) {
     EXPECT_NE(ps.find("(In situ)"), std::string::npos);
     EXPECT_NE(ps.find("(80)"), std::string::npos) << "the line runs about 85 km along its stations";
     EXPECT_EQ(ps.find("(120)"), std::string::npos);
+    // By default the scale lengths and the erasing follow the casts: the
+    // deep bottles of the western casts, 240 m apart, leave no white holes
+    // between 500 and 990 m (a fixed 3 % of the axes and an erase threshold
+    // of 16 did).
+    r = kestrel(dir, line2 + "--x Longitude --formats png,ps -o holes");
+    ASSERT_EQ(r.status, 0) << r.err;
+    ASSERT_NE(kt::readFile(dir + "/holes.ps").find("-126.61 -125.47 17 3.5 990.3 0 12 3 UsrSys"), std::string::npos);
+    kt::Image holes;
+    ASSERT_TRUE(kt::loadPNG(dir + "/holes.png", &holes));
+    for (double lon : {-126.58, -126.5, -126.45})
+        for (double depth = 520; depth < 990; depth += 40)
+            EXPECT_NE(at(holes, lon, depth, -126.61, -125.47, 0, 990.3) & 0xFFFFFFu, 0xFFFFFFu)
+                << "erased at " << lon << ", " << depth << " m";
     // A range of numbers: lines 2 and 3 (not "3a", which is text).
     r = kestrel(dir, "section '" + wcoa + "' --where Line=2/3 --x Longitude --y Depth --value Temperature -q --formats png -o l23");
     ASSERT_EQ(r.status, 0) << r.err;
