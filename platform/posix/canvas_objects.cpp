@@ -123,6 +123,45 @@ KDC makeCanvas(cairo_surface_t *s, int32_t width, int32_t height, bool vector) {
     return c;
 }
 
+// The canvas's picture drawn onto out at scale; a PNG is then written to
+// fileName, a PDF or SVG surface finished (which writes its file).
+bool replay(KCanvas *c, cairo_surface_t *out, const std::string &kind, const char *fileName, double scale) {
+    cairo_t *cr = cairo_create(out);
+    if (kind == "png") {
+        cairo_set_source_rgb(cr, 1, 1, 1);
+        cairo_paint(cr);
+    }
+    cairo_scale(cr, scale, scale);
+    flushLayer(c);
+    cairo_surface_flush(c->surface);
+    cairo_set_source_surface(cr, c->surface, 0, 0);
+    if (!c->vector) cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
+    cairo_paint(cr);
+    if (c->grouped) {
+        // What is drawn under the current clip is still in its group:
+        // painted through the clip here, the group stays open.
+        cairo_save(cr);
+        for (const auto &part : c->clip) {
+            addFigures(cr, part.figures);
+            cairo_set_fill_rule(cr, part.winding ? CAIRO_FILL_RULE_WINDING : CAIRO_FILL_RULE_EVEN_ODD);
+            cairo_clip(cr);
+        }
+        cairo_set_source_surface(cr, cairo_get_group_target(c->cr), 0, 0);
+        cairo_paint(cr);
+        cairo_restore(cr);
+    }
+    cairo_destroy(cr);
+    bool ok = false;
+    if (kind == "png") {
+        ok = cairo_surface_status(out) == CAIRO_STATUS_SUCCESS &&
+             cairo_surface_write_to_png(out, fileName) == CAIRO_STATUS_SUCCESS;
+    } else {
+        cairo_surface_finish(out);  // writes the file
+        ok = cairo_surface_status(out) == CAIRO_STATUS_SUCCESS;
+    }
+    return ok;
+}
+
 bool sizeAllowed(int32_t width, int32_t height) {
     return width > 0 && height > 0 && static_cast<int64_t>(width) * height <= (int64_t{1} << 28);
 }
@@ -191,27 +230,10 @@ KESTREL_API int32_t KESTREL_CALL KCanvasExport(KDC c, const char *fileName, cons
         } else {
             return 0;
         }
-        cairo_t *cr = cairo_create(out);
-        if (kind == "png") {
-            cairo_set_source_rgb(cr, 1, 1, 1);
-            cairo_paint(cr);
-        }
-        cairo_scale(cr, scale, scale);
-        flushGroup(c);  // everything drawn so far into the surface, drawing goes on after
-        flushLayer(c);
-        cairo_surface_flush(c->surface);
-        cairo_set_source_surface(cr, c->surface, 0, 0);
-        if (!c->vector) cairo_pattern_set_filter(cairo_get_source(cr), CAIRO_FILTER_NEAREST);
-        cairo_paint(cr);
-        cairo_destroy(cr);
-        bool ok = false;
-        if (kind == "png") {
-            ok = cairo_surface_status(out) == CAIRO_STATUS_SUCCESS &&
-                 cairo_surface_write_to_png(out, fileName) == CAIRO_STATUS_SUCCESS;
-        } else {
-            cairo_surface_finish(out);  // writes the file
-            ok = cairo_surface_status(out) == CAIRO_STATUS_SUCCESS;
-        }
+        // Cairo 1.16's SVG writer keeps a reference to the recording it
+        // draws from and never lets it go: the canvas's recording outlives
+        // the canvas by the file (the sanitizer builds suppress that leak).
+        const bool ok = replay(c, out, kind, fileName, scale);
         cairo_surface_destroy(out);
         return ok ? 1 : 0;
     });
