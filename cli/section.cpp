@@ -763,12 +763,13 @@ const char *const kViewUsage =
 
 const char *const kSectionUsage =
     "       kestrel section DATA.tsv --x COL --y COL --value COL [options] [-o NAME]\n"
-    "  section grid, shade and contour one column of a tab-separated table (header line,\n"
-    "          empty fields missing) over two others; writes NAME.png, NAME.gif, NAME.ps\n"
+    "  section grid, shade and contour one column of a table (tab-, comma- or blank-separated,\n"
+    "          header line, empty fields missing) over two others; writes NAME.png, NAME.gif,\n"
+    "          NAME.ps (--formats for others)\n"
     "          (default NAME kestrel-section). A column is named in full or without its\n"
     "          unit: --y Depth finds \"Depth [m]\"; depth and pressure grow downwards.\n"
     "  options of section and demo:\n"
-    "    -o NAME         output files NAME.png, NAME.gif, NAME.ps\n"
+    "    -o NAME         output files NAME.png, NAME.gif, NAME.ps (and the other --formats)\n"
     "    --title TEXT    plot title (default: the value column with its unit)\n"
     "    --bottom COL    seafloor depth column, drawn grey under a depth section (default: a column\n"
     "                    named Bottom, Bot. Depth, Bottom Depth or Water Depth; none: no seafloor)\n"
