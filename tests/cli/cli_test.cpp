@@ -15,23 +15,13 @@
 #include "common/picture.h"
 #include "common/render.h"
 #include "common/testing.h"
+#include "run.h"
 
 namespace {
 
-struct Outcome {
-    int status = -1;
-    std::string out, err;
-};
+using Outcome = kt::CliRun;
 
-Outcome kestrel(const std::string &dir, const std::string &args) {
-    const std::string cmd = "cd '" + dir + "' && '" KESTREL_CLI_PATH "' " + args + " >out.txt 2>err.txt";
-    Outcome r;
-    const int w = std::system(cmd.c_str());
-    r.status = WIFEXITED(w) ? WEXITSTATUS(w) : -1;
-    r.out = kt::readFile(dir + "/out.txt");
-    r.err = kt::readFile(dir + "/err.txt");
-    return r;
-}
+Outcome kestrel(const std::string &dir, const std::string &args) { return kt::runKestrel(dir, args); }
 
 kt::Image gifImage(const gt::DecodedGif &g) {
     kt::Image im;

@@ -20,23 +20,13 @@
 #include "common/picture.h"
 #include "common/render.h"
 #include "common/testing.h"
+#include "run.h"
 
 namespace {
 
-struct MapRun {
-    int status = -1;
-    std::string out, err;
-};
+using MapRun = kt::CliRun;
 
-MapRun kestrelMap(const std::string &dir, const std::string &args) {
-    const std::string cmd = "cd '" + dir + "' && '" KESTREL_CLI_PATH "' map " + args + " >out.txt 2>err.txt";
-    MapRun r;
-    const int w = std::system(cmd.c_str());
-    r.status = WIFEXITED(w) ? WEXITSTATUS(w) : -1;
-    r.out = kt::readFile(dir + "/out.txt");
-    r.err = kt::readFile(dir + "/err.txt");
-    return r;
-}
+MapRun kestrelMap(const std::string &dir, const std::string &args) { return kt::runKestrel(dir, "map " + args); }
 
 // ---- coastline files written by hand ----------------------------------------
 

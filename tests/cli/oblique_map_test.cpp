@@ -26,6 +26,7 @@
 
 #include "common/picture.h"
 #include "common/testing.h"
+#include "run.h"
 
 namespace {
 
@@ -116,13 +117,13 @@ void checkStations(double centre, const Positions &positions, const Probes &prob
     }
     char centreArg[64];
     std::snprintf(centreArg, sizeof centreArg, " -C %g/0", centre);
-    const std::string cmd = "cd '" + dir + "' && '" KESTREL_CLI_PATH "' map -p oblique --no-grid --stations stations.txt" +
-                            (centre != 0 ? std::string(centreArg) : std::string()) +
-                            " --symbol-size 0.15" + (probes.coast.empty() ? "" : " --coast '" + probes.coast + "'") +
-                            " -o obl >out.txt 2>err.txt";
-    const int w = std::system(cmd.c_str());
-    ASSERT_TRUE(WIFEXITED(w) && WEXITSTATUS(w) == 0) << kt::readFile(dir + "/err.txt");
-    const std::string out = kt::readFile(dir + "/out.txt");
+    const kt::CliRun run = kt::runKestrel(dir, std::string("map -p oblique --no-grid --stations stations.txt") +
+                                                   (centre != 0 ? std::string(centreArg) : std::string()) +
+                                                   " --symbol-size 0.15" +
+                                                   (probes.coast.empty() ? "" : " --coast '" + probes.coast + "'") +
+                                                   " -o obl");
+    ASSERT_EQ(run.status, 0) << run.err;
+    const std::string &out = run.out;
     const std::string count = std::to_string(st.size());
     EXPECT_NE(out.find(count + " of " + count + " stations on the map"), std::string::npos) << out;
     EXPECT_EQ(out.find("domain adjusted"), std::string::npos) << out;
@@ -267,10 +268,9 @@ namespace {
 TEST(CliMapCentre, ACentreGivenWithoutADomainIsKept) {
     const std::string dir = kt::scratchDir("cli_centre_alone");
     for (const char *p : {"north -C -30/90", "equatorial -C -110/0", "mollweide -C -110/0", "south -C 160/-90"}) {
-        const std::string cmd = "cd '" + dir + "' && '" KESTREL_CLI_PATH "' map -p " + p + " -o m >out.txt 2>err.txt";
-        const int w = std::system(cmd.c_str());
-        ASSERT_TRUE(WIFEXITED(w) && WEXITSTATUS(w) == 0) << p << ": " << kt::readFile(dir + "/err.txt");
-        const std::string out = kt::readFile(dir + "/out.txt"), arg = p;
+        const kt::CliRun run = kt::runKestrel(dir, std::string("map -p ") + p + " -o m");
+        ASSERT_EQ(run.status, 0) << p << ": " << run.err;
+        const std::string &out = run.out, arg = p;
         // The centre reported, modulo a turn (the equatorial domain is moved
         // into 0..360: 250 is -110).
         float lon = 0, lat = 0;
