@@ -22,15 +22,7 @@ if [ ! -s "$coast" ]; then
   /usr/bin/time -f "converter: %e s wall" "$py" "$here/tools/gshhg_to_cst.py" -r "$res" --no-lakes "$coast"
 fi
 
-best() {  # best wall time of three runs of the command
-  local b=""
-  for _ in 1 2 3; do
-    /usr/bin/time -f "%e" -o time.txt "$@" >/dev/null 2>&1
-    local t; t=$(tail -1 time.txt)
-    if [ -z "$b" ] || [ "$(echo "$t < $b" | bc -l)" = 1 ]; then b=$t; fi
-  done
-  echo "$b"
-}
+. "$here/bench/timing.sh"
 
 echo "GMT $(gmt --version), gmt coast -D$res, PostScript, best of 3 (wall seconds):"
 printf "  %-34s %s\n" "Mollweide world" \

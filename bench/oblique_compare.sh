@@ -38,15 +38,7 @@ if [ ! -s stations.txt ]; then
 fi
 echo "stations: $(wc -l < stations.txt) positions"
 
-best() {  # best wall time of three runs of the command
-  local b=""
-  for _ in 1 2 3; do
-    /usr/bin/time -f "%e" -o time.txt "$@" >/dev/null 2>&1
-    local t; t=$(tail -1 time.txt)
-    if [ -z "$b" ] || [ "$(echo "$t < $b" | bc -l)" = 1 ]; then b=$t; fi
-  done
-  echo "$b"
-}
+. "$here/bench/timing.sh"
 
 for c in "${centres[@]}"; do
   args=(map -p oblique -C "$c/0" --coast coast_l.cst --stations stations.txt --title "Oblique Mollweide, centre $c" -o "kestrel_$c")
